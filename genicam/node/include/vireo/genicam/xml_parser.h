@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+#include "brio/fnd/export.h"
+#include "vireo/genicam/node.h"
+
+namespace vireo::genicam {
+
+class BRIO_EXPORT XmlParser {
+ public:
+  /// The features of a camera's GenICam description. `xml` is the document as the camera serves it; text or a
+  /// byte-order mark before the XML declaration is allowed. A feature that cannot be understood is left out,
+  /// with one debug record. Throws std::runtime_error with position and reason for what is not XML or not a
+  /// camera description. Time and memory grow with the length of the text. Any thread.
+  static NodeMap parse(const std::string& xml);
+};
+
+}  // namespace vireo::genicam

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: MIT
+#include "document.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+#include <string_view>
+
+#include "number.h"
+
+namespace vireo::genicam {
+namespace {
+
+constexpr const char* kRootElement = "RegisterDescription";
+
+// Entities other than the five of XML itself are left as they stand, so that none can grow.
+constexpr unsigned kParseOptions = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
+                                   pugi::parse_wconv_attribute | pugi::parse_embed_pcdata;
+
+[[noreturn]] void fail(const std::string& reason) {
+  throw std::runtime_error("camera description: " + reason);
+}
+
+bool startsMarkup(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return c == '?' || c == '!' || c == '_' || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
+}
+
+bool hasWideByteOrderMark(std::string_view text) {
+  using namespace std::string_view_literals;
+  return text.starts_with("\xFF\xFE"sv) || text.starts_with("\xFE\xFF"sv) ||
+         text.starts_with("\0\0\xFE\xFF"sv);
+}
+
+// Some cameras put text or a byte-order mark before the XML declaration.
+std::size_t startOfMarkup(std::string_view text) {
+  if (hasWideByteOrderMark(text)) return 0;
+  for (std::size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at + 1)) {
+    if (at + 1 < text.size() && startsMarkup(text[at + 1])) return at;
+  }
+  if (text.starts_with("PK")) fail("not XML but a ZIP archive: unpack it first");
+  fail(fmt::format("not XML: no markup in {} bytes", text.size()));
+}
+
+// The length of the UTF-8 sequence that `text` begins with; 0 for none. Overlong forms count as sequences.
+std::size_t sequenceLength(std::string_view text) {
+  const auto lead = static_cast<unsigned char>(text[0]);
+  const std::size_t length = lead < 0x80   ? 1
+                             : lead < 0xC2 ? 0
+                             : lead < 0xE0 ? 2
+                             : lead < 0xF0 ? 3
+                             : lead < 0xF5 ? 4
+                                           : 0;
+  if (length > text.size()) return 0;
+  for (std::size_t i = 1; i < length; ++i) {
+    if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) return 0;
+  }
+  return length;
+}
+
+bool isUtf8(std::string_view text) {
+  while (!text.empty()) {
+    std::uint64_t eight = 0x80;
+    if (text.size() >= sizeof eight) std::memcpy(&eight, text.data(), sizeof eight);
+    const bool ascii = (eight & 0x8080808080808080) == 0;
+    const std::size_t length = ascii ? sizeof eight : sequenceLength(text);
+    if (length == 0) return false;
+    text.remove_prefix(length);
+  }
+  return true;
+}
+
+// Cameras that claim UTF-8 and send the degree sign as one byte mean Latin-1, where every byte is a
+// character.
+pugi::xml_encoding encodingOf(std::string_view text) {
+  if (hasWideByteOrderMark(text)) return pugi::encoding_auto;
+  return isUtf8(text) ? pugi::encoding_auto : pugi::encoding_latin1;
+}
+
+std::string position(std::string_view text, std::size_t offset) {
+  const std::string_view before = text.substr(0, offset);
+  const std::size_t line = 1 + static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n'));
+  return fmt::format("line {} (byte {})", line, offset);
+}
+
+[[noreturn]] void failAt(std::string_view text, std::size_t offset, const char* reason) {
+  const std::size_t end = text.find_last_not_of('\0') + 1;
+  const std::size_t nul = text.substr(0, end).find('\0');
+  if (nul <= offset && !hasWideByteOrderMark(text)) fail(fmt::format("NUL byte at {}", position(text, nul)));
+  fail(fmt::format("not well-formed XML at {}: {}", position(text, std::min(offset, end)), reason));
+}
+
+}  // namespace
+
+pugi::xml_node readDocument(const std::string& text, pugi::xml_document& document) {
+  if (text.find_first_not_of(std::string_view("\0 \t\r\n", 5)) == std::string::npos) fail("empty");
+  const std::size_t start = startOfMarkup(text);
+  const std::string_view markup = std::string_view(text).substr(start);
+  const pugi::xml_parse_result result =
+      document.load_buffer(markup.data(), markup.size(), kParseOptions, encodingOf(markup));
+  if (!result) failAt(text, start + static_cast<std::size_t>(result.offset), result.description());
+  const pugi::xml_node root = document.document_element();
+  if (std::strcmp(root.name(), kRootElement) != 0) {
+    fail(fmt::format("the root element at {} is '{:.80}', expected '{}'",
+                     position(text, start + static_cast<std::size_t>(root.offset_debug())), root.name(),
+                     kRootElement));
+  }
+  return root;
+}
+
+std::string textOf(pugi::xml_node element) {
+  std::string joined = element.value();  // the first text is kept in the element itself
+  for (const pugi::xml_node child : element.children()) {
+    if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) joined += child.value();
+  }
+  const std::string_view inner = trimmed(joined);
+  return inner.size() == joined.size() ? joined : std::string(inner);
+}
+
+}  // namespace vireo::genicam

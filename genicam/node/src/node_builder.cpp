@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: MIT
+#include "node_builder.h"
+
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include "document.h"
+
+namespace vireo::genicam {
+namespace {
+
+/// Everything the kinds of nodes are built from.
+struct Source {
+  const NodeIndex& index;
+  Resolver& resolver;
+  const Feature& feature;
+
+  pugi::xml_node element() const { return index[feature.id].element; }
+  const Properties& properties() const { return resolver.properties(feature.id); }
+  const Resolved& resolved() const { return resolver.resolve(feature.id); }
+  std::optional<Number> constant() const { return resolver.constant(feature.id); }
+};
+
+Visibility visibility(std::string_view text) {
+  if (text == "Expert") return Visibility::Expert;
+  if (text == "Guru") return Visibility::Guru;
+  if (text == "Invisible") return Visibility::Invisible;
+  return Visibility::Beginner;
+}
+
+template <typename Kind>
+Kind withHeader(const Source& source) {
+  const Properties& properties = source.properties();
+  Kind node;
+  node.name = source.index[source.feature.id].name;
+  node.displayName = properties.text(Property::DisplayName);
+  node.toolTip = properties.text(Property::ToolTip);
+  node.description = properties.text(Property::Description);
+  if (node.description.empty()) node.description = node.toolTip;
+  node.accessMode = source.resolved().access;
+  node.visibility = visibility(properties.text(Property::Visibility));
+  node.category = source.feature.category;
+  return node;
+}
+
+IntegerNode buildInteger(const Source& source) {
+  auto node = withHeader<IntegerNode>(source);
+  const Resolved& resolved = source.resolved();
+  node.value = toInteger(source.constant().value_or(std::int64_t{0}));
+  if (resolved.min) node.min = toInteger(*resolved.min);
+  if (resolved.max) node.max = toInteger(*resolved.max);
+  if (resolved.increment) node.inc = toInteger(*resolved.increment);
+  node.unit = resolved.unit;
+  return node;
+}
+
+FloatNode buildFloat(const Source& source) {
+  auto node = withHeader<FloatNode>(source);
+  const Resolved& resolved = source.resolved();
+  constexpr double kLargest = std::numeric_limits<double>::max();
+  node.value = toFloat(source.constant().value_or(0.0));
+  node.min = toFloat(resolved.min.value_or(-kLargest));
+  node.max = toFloat(resolved.max.value_or(kLargest));
+  node.unit = resolved.unit;
+  node.representation = resolved.representation;
+  return node;
+}
+
+BooleanNode buildBoolean(const Source& source) {
+  auto node = withHeader<BooleanNode>(source);
+  node.value = !isZero(source.constant().value_or(std::int64_t{0}));
+  return node;
+}
+
+StringNode buildString(const Source& source) {
+  auto node = withHeader<StringNode>(source);
+  node.value = source.properties().text(Property::Value);
+  return node;
+}
+
+EnumerationNode buildEnumeration(const Source& source) {
+  auto node = withHeader<EnumerationNode>(source);
+  const std::optional<Number> current = source.constant();
+  for (pugi::xml_node entry = source.element().child("EnumEntry"); entry;
+       entry = entry.next_sibling("EnumEntry")) {
+    const std::string name(trimmed(entry.attribute("Name").value()));
+    const std::optional<std::int64_t> value = parseInteger(textOf(entry.child("Value")));
+    if (name.empty() || !value || !node.entryValues.emplace(name, *value).second) continue;
+    if (node.value.empty() && current && toInteger(*current) == *value) node.value = name;
+    node.entries.push_back(name);
+  }
+  return node;
+}
+
+CategoryNode buildCategory(const Source& source) {
+  auto node = withHeader<CategoryNode>(source);
+  for (pugi::xml_node child = source.element().child("pFeature"); child;
+       child = child.next_sibling("pFeature")) {
+    node.features.push_back(textOf(child));
+  }
+  return node;
+}
+
+}  // namespace
+
+NodeVariant buildNode(const NodeIndex& index, Resolver& resolver, const Feature& feature) {
+  const Source source{index, resolver, feature};
+  switch (index[feature.id].kind) {
+    case ElementKind::Float:
+    case ElementKind::FloatReg:
+    case ElementKind::Converter:
+    case ElementKind::SwissKnife:
+      return buildFloat(source);
+    case ElementKind::Boolean:
+      return buildBoolean(source);
+    case ElementKind::String:
+    case ElementKind::StringReg:
+      return buildString(source);
+    case ElementKind::Enumeration:
+      return buildEnumeration(source);
+    case ElementKind::Command:
+      return withHeader<CommandNode>(source);
+    case ElementKind::Category:
+      return buildCategory(source);
+    default:
+      return buildInteger(source);
+  }
+}
+
+}  // namespace vireo::genicam

@@ -1,0 +1,261 @@
+// SPDX-License-Identifier: MIT
+#include "resolver.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "access.h"
+#include "document.h"
+#include "register_range.h"
+
+namespace vireo::genicam {
+namespace {
+
+// Texts behind a link are copied to every node that links there, so a long one is not passed on.
+constexpr std::size_t kMaxSharedText = 256;
+
+bool isFormula(ElementKind kind) {
+  return kind == ElementKind::Converter || kind == ElementKind::IntConverter ||
+         kind == ElementKind::SwissKnife || kind == ElementKind::IntSwissKnife;
+}
+
+bool isFloat(ElementKind kind) {
+  return kind == ElementKind::Float || kind == ElementKind::FloatReg || kind == ElementKind::Converter ||
+         kind == ElementKind::SwissKnife;
+}
+
+std::optional<Number> numberOf(const Properties& properties, Property property, ElementKind kind) {
+  if (isFloat(kind)) return properties.number(property);
+  return properties.integer(property);
+}
+
+bool isIndexedTarget(pugi::xml_node child) {
+  return std::strcmp(child.name(), "pValueIndexed") == 0 || std::strcmp(child.name(), "pValueDefault") == 0;
+}
+
+std::string_view shareable(const std::string& text) {
+  return text.size() <= kMaxSharedText ? std::string_view(text) : std::string_view();
+}
+
+}  // namespace
+
+Resolver::Resolver(const NodeIndex& nodeIndex) : index(nodeIndex), slots(nodeIndex.size(), 0) {}
+
+Resolver::State& Resolver::state(NodeId id) {
+  if (slots[id] == 0) {
+    State& made = states.emplace_back(index[id].element);
+    slots[id] = static_cast<std::uint32_t>(states.size());
+    const pugi::xml_node parent = index[id].element.parent();
+    const bool entry = index[id].kind == ElementKind::StructEntry;
+    if (entry && std::strcmp(parent.name(), "StructReg") == 0) made.properties.inheritFrom(structure(parent));
+  }
+  return states[slots[id] - 1];
+}
+
+const Properties& Resolver::structure(pugi::xml_node element) {
+  return structures.try_emplace(element, element).first->second;
+}
+
+std::optional<NodeId> Resolver::target(NodeId id, Property link) {
+  const Properties& own = properties(id);
+  return own.has(link) ? index.find(own.text(link)) : std::nullopt;
+}
+
+void Resolver::markWritable(const std::vector<Feature>& features) {
+  for (const Feature& feature : features) {
+    std::optional<NodeId> id = feature.id;
+    while (id && !state(*id).writable && imposedAccess(properties(*id)) != AccessMode::ReadOnly) {
+      state(*id).writable = true;
+      id = target(*id, Property::PValue);
+    }
+  }
+}
+
+std::optional<Number> Resolver::literal(NodeId id) {
+  const Properties& own = properties(id);
+  switch (index[id].kind) {
+    case ElementKind::Integer:
+    case ElementKind::Float:
+    case ElementKind::Enumeration:
+      if (own.has(Property::PIndex)) return std::nullopt;
+      return numberOf(own, Property::Value, index[id].kind);
+    case ElementKind::IntSwissKnife:
+    case ElementKind::SwissKnife:
+      return numberOf(own, Property::Formula, index[id].kind);
+    case ElementKind::Boolean:
+      if (const std::optional<bool> value = parseBoolean(own.text(Property::Value)))
+        return Number(std::int64_t{*value});
+      return std::nullopt;
+    default:
+      return std::nullopt;
+  }
+}
+
+// A node that links to a number has that number; a Boolean compares it, a converter computes with it.
+std::optional<Number> Resolver::passedOn(NodeId id, const std::optional<Number>& behind) {
+  if (!behind || isFormula(index[id].kind)) return std::nullopt;
+  if (index[id].kind != ElementKind::Boolean) return behind;
+  const std::int64_t on = properties(id).integer(Property::OnValue).value_or(1);
+  return Number(std::int64_t{toInteger(*behind) == on});
+}
+
+std::optional<Number> Resolver::constant(NodeId id) {
+  std::vector<NodeId> chain;
+  std::optional<NodeId> next = id;
+  while (next && state(*next).finding == Progress::Open) {
+    state(*next).finding = Progress::Active;
+    chain.push_back(*next);
+    next = target(*next, Property::PValue);
+  }
+  // Ends at what is known, at a literal, at a dangling name, or in a circle, which has no number.
+  std::optional<Number> behind;
+  if (next) behind = state(*next).constant;
+  for (; !chain.empty(); chain.pop_back()) {
+    State& own = state(chain.back());
+    const bool linked = own.properties.has(Property::PValue);
+    if (linked) own.constant = passedOn(chain.back(), behind);
+    if (!linked && !own.writable) own.constant = literal(chain.back());
+    own.finding = Progress::Done;
+    behind = own.constant;
+  }
+  return state(id).constant;
+}
+
+std::optional<Number> Resolver::constantBehind(NodeId id, Property link) {
+  const std::optional<NodeId> found = target(id, link);
+  return found ? constant(*found) : std::nullopt;
+}
+
+std::vector<NodeId> Resolver::valueTargets(NodeId id) {
+  std::vector<NodeId> targets;
+  if (const std::optional<NodeId> behind = target(id, Property::PValue)) targets.push_back(*behind);
+  if (!targets.empty() || !properties(id).has(Property::PIndex)) return targets;
+  for (const pugi::xml_node child : index[id].element.children()) {
+    if (!isIndexedTarget(child)) continue;
+    if (const std::optional<NodeId> found = index.find(textOf(child))) targets.push_back(*found);
+  }
+  return targets;
+}
+
+const Resolved& Resolver::resolve(NodeId wanted) {
+  std::vector<NodeId> open = {wanted};
+  while (!open.empty()) {
+    const NodeId id = open.back();
+    if (state(id).resolving == Progress::Open) {
+      state(id).resolving = Progress::Active;
+      for (const NodeId behind : valueTargets(id)) {
+        if (state(behind).resolving == Progress::Open) open.push_back(behind);
+      }
+      continue;
+    }
+    open.pop_back();
+    if (state(id).resolving == Progress::Done) continue;
+    combine(id);
+    state(id).resolving = Progress::Done;
+  }
+  return state(wanted).resolved;
+}
+
+// Everything behind `id` is resolved, except where it leads back to itself.
+void Resolver::combine(NodeId id) {
+  findFault(id);
+  findBounds(id);
+  Resolved& own = state(id).resolved;
+  own.access = narrowed(accessByItself(id), imposedAccess(properties(id)));
+  const auto isNever = [&](Property condition) {
+    const std::optional<Number> answer = constantBehind(id, condition);
+    return answer && isZero(*answer);
+  };
+  if (isNever(Property::PIsImplemented) || isNever(Property::PIsAvailable))
+    own.access = AccessMode::NotAvailable;
+  const std::optional<Number> locked = constantBehind(id, Property::PIsLocked);
+  if (locked && !isZero(*locked) && own.access != AccessMode::NotAvailable) own.access = AccessMode::ReadOnly;
+}
+
+AccessMode Resolver::accessByItself(NodeId id) {
+  const Properties& own = properties(id);
+  switch (index[id].kind) {
+    case ElementKind::IntReg:
+    case ElementKind::MaskedIntReg:
+    case ElementKind::StructEntry:
+    case ElementKind::FloatReg:
+    case ElementKind::StringReg:
+    case ElementKind::Register:
+      return accessMode(own.text(Property::AccessMode)).value_or(AccessMode::ReadOnly);
+    case ElementKind::SwissKnife:
+    case ElementKind::IntSwissKnife:
+      return AccessMode::ReadOnly;
+    case ElementKind::Category:
+    case ElementKind::Other:
+      return AccessMode::ReadWrite;
+    default:
+      break;
+  }
+  if (const std::optional<NodeId> behind = target(id, Property::PValue))
+    return state(*behind).resolved.access;
+  if (own.has(Property::PIndex)) return sharedByIndexed(id);
+  return index[id].kind == ElementKind::Command ? AccessMode::WriteOnly : AccessMode::ReadWrite;
+}
+
+AccessMode Resolver::sharedByIndexed(NodeId id) {
+  AccessMode shared = AccessMode::ReadWrite;
+  for (const NodeId behind : valueTargets(id)) shared = narrowed(shared, state(behind).resolved.access);
+  return shared == AccessMode::NotAvailable ? AccessMode::ReadWrite : shared;
+}
+
+void Resolver::findFault(NodeId id) {
+  std::string& fault = state(id).resolved.fault;
+  const Properties& own = properties(id);
+  if (own.has(Property::PValue)) {
+    const std::optional<NodeId> behind = target(id, Property::PValue);
+    if (!behind) {
+      fault = fmt::format("pValue '{:.80}' names no node", own.text(Property::PValue));
+    } else if (state(*behind).resolving == Progress::Active) {
+      fault = "its pValue leads back to itself";
+    } else if (index[*behind].kind == ElementKind::Category) {
+      fault = fmt::format("pValue '{:.80}' names a category", index[*behind].name);
+    } else if (!state(*behind).resolved.fault.empty()) {
+      fault = fmt::format("pValue '{:.80}' cannot be understood either", index[*behind].name);
+    }
+    return;
+  }
+  const bool number = index[id].kind == ElementKind::Integer || index[id].kind == ElementKind::Float ||
+                      index[id].kind == ElementKind::Enumeration;
+  if (number && own.has(Property::Value) && !numberOf(own, Property::Value, index[id].kind)) {
+    fault = fmt::format("Value '{:.80}' is no number", own.text(Property::Value));
+  }
+}
+
+void Resolver::findBounds(NodeId id) {
+  State& own = state(id);
+  const ElementKind kind = index[id].kind;
+  own.ownUnit = own.properties.text(Property::Unit);
+  own.ownRepresentation = own.properties.text(Property::Representation);
+  Resolved& found = own.resolved;
+  // A converter's formula is not evaluated, so the raw range behind it says nothing of its own.
+  if (const std::optional<NodeId> behind = target(id, Property::PValue); behind && !isFormula(kind)) {
+    const Resolved& raw = state(*behind).resolved;
+    found.min = raw.min;
+    found.max = raw.max;
+    found.increment = raw.increment;
+    found.unit = raw.unit;
+    found.representation = raw.representation;
+  } else if (const std::optional<RegisterRange> range = registerRange(kind, own.properties)) {
+    found.min = range->min;
+    found.max = range->max;
+  }
+  const auto take = [&](std::optional<Number>& slot, Property literalBound, Property link) {
+    std::optional<Number> bound = numberOf(own.properties, literalBound, kind);
+    if (!bound) bound = constantBehind(id, link);
+    if (bound) slot = bound;
+  };
+  take(found.min, Property::Min, Property::PMin);
+  take(found.max, Property::Max, Property::PMax);
+  take(found.increment, Property::Inc, Property::PInc);
+  if (!own.ownUnit.empty()) found.unit = shareable(own.ownUnit);
+  if (!own.ownRepresentation.empty()) found.representation = shareable(own.ownRepresentation);
+}
+
+}  // namespace vireo::genicam

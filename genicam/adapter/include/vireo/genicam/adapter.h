@@ -30,7 +30,7 @@ using vireo::common::Parameter;
 /// Owns one reference to a GObject, or nothing. Never allocates, never throws; not for sharing between
 /// threads.
 template <typename T>
-class BRIO_EXPORT GObjectGuard {
+class GObjectGuard {
  public:
   /// Takes over the caller's reference; null is allowed.
   explicit GObjectGuard(T* object) noexcept;
@@ -49,10 +49,10 @@ class BRIO_EXPORT GObjectGuard {
   T* object_;
 };
 
-extern template class GObjectGuard<ArvDevice>;
-extern template class GObjectGuard<ArvStream>;
-extern template class GObjectGuard<ArvBuffer>;
-extern template class GObjectGuard<GInetAddress>;
+extern template class BRIO_EXPORT GObjectGuard<ArvDevice>;
+extern template class BRIO_EXPORT GObjectGuard<ArvStream>;
+extern template class BRIO_EXPORT GObjectGuard<ArvBuffer>;
+extern template class BRIO_EXPORT GObjectGuard<GInetAddress>;
 
 /// Owns the error that one call reported, if any: hand the address of `error` to the call.
 class BRIO_EXPORT GErrorGuard {

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: MIT
+// Time stamps, records, tracing, name tables and the parameter record.
+#include <gmock/gmock.h>
+#include <pthread.h>
+
+#include <locale>
+#include <regex>
+#include <thread>
+
+#include "brio/fnd/iso_time.h"
+#include "brio/fnd/thread_name.h"
+#include "support/recording_logger.h"
+#include "vireo/common/adapter_base.h"
+#include "vireo/common/parameter.h"
+
+using brio::fnd::IsoTime;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using vireo::common::Parameter;
+using vireo::common::ParameterValue;
+namespace datatype = brio::fnd::datatype;
+
+namespace {
+
+constexpr double instant = 1772600767.0;  // 2026-03-04T05:06:07
+
+Parameter parameterOf(ParameterValue value) {
+  Parameter parameter;
+  parameter.name = "Gain";
+  parameter.value = std::move(value);
+  return parameter;
+}
+
+struct GermanNumbers : std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\3"; }
+};
+
+void logAt(std::int32_t level) {
+  BRIO_LOG(level, "value {} of {}", 3, "x");
+}
+
+}  // namespace
+
+TEST(IsoTime, WritesTheFractionPositionallyAndNeverRoundsTheSecondsUp) {
+  const struct {
+    double time;
+    std::uint8_t precision;
+    const char* expected;
+  } rows[] = {
+      {instant, 6, "2026-03-04T05:06:07"},
+      {instant + 0.5, 6, "2026-03-04T05:06:07.5"},
+      {instant + 0.9999996, 6, "2026-03-04T05:06:07"},
+      {instant + 0.75, 0, "2026-03-04T05:06:07"},
+      {instant + 0.75, 1, "2026-03-04T05:06:07.8"},
+      {0.1234567, 6, "1970-01-01T00:00:00.123457"},
+      {0.00001234, 6, "1970-01-01T00:00:00.00001234"},
+      {0.000012, 1, "1970-01-01T00:00:00.00001"},
+      {1e-7, 6, "1970-01-01T00:00:00.0000001"},
+      {951782400.0, 6, "2000-02-29T00:00:00"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(IsoTime(row.time, row.precision), row.expected) << row.time;
+}
+
+TEST(ThreadName, IsTheOperatingSystemsName) {
+  std::string name;
+  std::thread([&] {
+    pthread_setname_np(pthread_self(), "cam-0");
+    name = brio::fnd::ThreadName();
+  }).join();
+  EXPECT_EQ(name, "cam-0");
+}
+
+TEST(Record, IsOneLineOfStampPathLineFunctionThreadMessage) {
+  RecordingLogger logger;
+  std::thread([] {
+    pthread_setname_np(pthread_self(), "cam-0");
+    logAt(brio::fnd::loglevel::Warning);
+  }).join();
+  ASSERT_EQ(logger.entries().size(), 1u);
+  const auto entry = logger.entries().front();
+  EXPECT_EQ(entry.level, 30);
+  const std::regex line(
+      R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(\.\d{1,10})?:\.\./tests/foundation_test\.cpp:\d+:logAt:cam-0: value 3 of x)");
+  EXPECT_TRUE(std::regex_match(entry.text, line)) << entry.text;
+}
+
+TEST(Record, BelowTheThresholdNothingIsFormattedOrWritten) {
+  RecordingLogger logger(30);
+  bool formatted = false;
+  const auto argument = [&] {
+    formatted = true;
+    return 1;
+  };
+  if (logger.threshold > 0) BRIO_LOG_INFO("{}", argument());
+  EXPECT_FALSE(formatted);
+  for (const int level : {0, 10, 20, 29, 30, 40}) logAt(level);
+  EXPECT_THAT(logger.take(), ElementsAre("logAt|30|value 3 of x", "logAt|40|value 3 of x"));
+}
+
+TEST(Logger, FallbackWritesWarningsToStandardErrorAndIsNotAHostsLogger) {
+  EXPECT_FALSE(brio::fnd::HasLogger());
+  testing::internal::CaptureStderr();
+  logAt(20);
+  logAt(30);
+  parameterOf(1).GetValue<double>();
+  const std::string written = testing::internal::GetCapturedStderr();
+  EXPECT_THAT(written, testing::MatchesRegex(".*: value 3 of x\n.*: Illegal type: d [^\n]*\n"));
+  const RecordingLogger logger;
+  EXPECT_TRUE(brio::fnd::HasLogger());
+}
+
+TEST(NameTables, MapBothWaysAndKeepTheirSpelling) {
+  using datatype::DataType;
+  EXPECT_EQ(datatype::Names().size(), 19u);
+  EXPECT_EQ(datatype::UpperNames().size(), 19u);
+  EXPECT_EQ(static_cast<int>(datatype::Names().left.at("String")), 33);
+  EXPECT_EQ(datatype::Names().right.at(static_cast<DataType>(33)), "String");
+  EXPECT_EQ(static_cast<int>(datatype::UpperNames().left.at("COMPLEXDOUBLE")), 0xA0000);
+  EXPECT_EQ(static_cast<int>(datatype::Names().left.at("Bitmask")), 0x200000);
+  EXPECT_FALSE(datatype::Names().left.count("COMPLEXDOUBLE"));
+}
+
+TEST(Parameter, TypedAccessConvertsNothingAndRecordsAMismatchWhateverTheThreshold) {
+  RecordingLogger logger(1000);
+  EXPECT_EQ(parameterOf(7).GetValue<int>(), 7);
+  EXPECT_EQ(parameterOf(1.5).GetValue<double>(), 1.5);
+  EXPECT_EQ(parameterOf(std::string("on")).GetValue<std::string>(), "on");
+  EXPECT_THAT(logger.take(), IsEmpty());
+
+  EXPECT_EQ(parameterOf(1.5f).GetValue<double>(), 0.0);
+  EXPECT_EQ(parameterOf(std::string("true")).GetValue<bool>(), false);
+  EXPECT_EQ(parameterOf(7).GetValue<std::string>(), "");
+  EXPECT_EQ(parameterOf(7).GetValue<float>(), 0.0f);
+  EXPECT_EQ(parameterOf(7.0).GetValue<int>(), 0);
+  EXPECT_EQ(logger.entries().front().file(), "../common/src/include/vireo/common/parameter.h");
+  const std::string text = "NSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE";
+  EXPECT_THAT(logger.take(), ElementsAre("GetValue||Illegal type: d encountered - parameter: Gain",
+                                         "GetValue||Illegal type: b encountered - parameter: Gain",
+                                         "GetValue||Illegal type: " + text + " encountered - parameter: Gain",
+                                         "GetValue||Illegal type: f encountered - parameter: Gain",
+                                         "GetValue||Illegal type: i encountered - parameter: Gain"));
+}
+
+TEST(Parameter, TypedAccessIsTraced) {
+  RecordingLogger logger(0);
+  parameterOf(7).GetValue<int>();
+  parameterOf(std::string()).GetValue<std::string>();
+  const std::string accessor = "GetValue|0|const T vireo::common::Parameter::GetValue() const [with T = ";
+  EXPECT_THAT(logger.take(), ElementsAre(accessor + "int]", accessor + "std::__cxx11::basic_string<char>]"));
+}
+
+TEST(Parameter, TextOfAValueReadsBackAndIgnoresTheLocale) {
+  const struct {
+    ParameterValue value;
+    const char* text;
+  } rows[] = {{-7, "-7"},
+              {0.1f, "0.1"},
+              {0.1, "0.1"},
+              {1.0f, "1"},
+              {1e300, "1e+300"},
+              {std::string("a b"), "a b"},
+              {true, "true"},
+              {false, "false"},
+              {1234567.25, "1234567.25"},
+              {INT32_MIN, "-2147483648"}};
+  const std::locale before = std::locale::global(std::locale(std::locale(), new GermanNumbers));
+  for (const auto& row : rows) EXPECT_EQ(parameterOf(row.value).GetValueAsString(), row.text);
+  std::locale::global(before);
+}

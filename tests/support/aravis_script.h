@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <arv.h>
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// While it lives, every Aravis call that the adapter makes passes through here: it is written down, and
+/// fails or answers what the test asks for. A call is named like "get_integer Width" or "create_stream". Link
+/// the test with aravis_script.cpp, whose functions take the place of the library's.
+class AravisScript {
+ public:
+  AravisScript();
+  ~AravisScript();
+
+  /// The next `times` such calls report an error of this text; an empty text fails without an error.
+  void fail(const std::string& call, const std::string& text = "scripted", int times = 1);
+  /// Every such call answers this number instead of asking the camera.
+  void answer(const std::string& call, double number) { numbers_[call] = number; }
+  /// The camera's description instead of its own; an empty one is no description at all.
+  std::optional<std::string> xml;
+  /// What opening returns instead of a device, with a reference of its own.
+  GObject* opened = nullptr;
+  /// Runs inside the next such call.
+  void during(const std::string& call, std::function<void()> action) { actions_[call] = std::move(action); }
+
+  /// The calls since the last time, in order.
+  std::vector<std::string> takeCalls();
+  std::size_t count(const std::string& call) const;
+
+  // For the functions that take the library's place.
+  static AravisScript* current();
+  /// Writes the call down; true when it fails here instead of reaching the library.
+  bool intercept(const std::string& call, GError** error);
+  const double* number(const std::string& call) const;
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<std::string> calls_;
+  std::map<std::string, std::deque<std::string>> failures_;
+  std::map<std::string, double> numbers_;
+  std::map<std::string, std::function<void()>> actions_;
+};

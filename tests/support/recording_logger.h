@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "brio/fnd/log.h"
+
+/// Installed as the process logger for as long as it lives; keeps every record.
+class RecordingLogger final : public brio::fnd::Logger {
+ public:
+  struct Entry {
+    std::optional<std::int32_t> level;  // none: the record operation without a level
+    std::string text;
+
+    /// What follows the thread name.
+    std::string message() const { return text.substr(text.find(": ") + 2); }
+    /// The n-th field of "time:time:time:file:line:function:thread: message"; a time stamp holds two colons.
+    std::string field(int n) const {
+      std::size_t start = 0;
+      for (; n > 0; --n) start = text.find(':', start) + 1;
+      return text.substr(start, text.find(':', start) - start);
+    }
+    std::string file() const { return field(3); }
+    std::string function() const { return field(5); }
+    std::string thread() const { return field(6); }
+  };
+
+  explicit RecordingLogger(std::int32_t level = brio::fnd::loglevel::Debug) {
+    threshold = level;
+    brio::fnd::SetLogger(this);
+  }
+  ~RecordingLogger() override { brio::fnd::SetLogger(nullptr); }
+
+  void Record(std::int32_t level, const std::string& text) override { keep({level, text}); }
+  void Record(const std::string& text) override { keep({std::nullopt, text}); }
+
+  std::vector<Entry> entries() const {
+    const std::lock_guard lock(mutex_);
+    return entries_;
+  }
+
+  /// "function|level|message" of every record since the last call; the level is empty where there is none.
+  std::vector<std::string> take() {
+    const std::lock_guard lock(mutex_);
+    std::vector<std::string> lines;
+    for (const Entry& entry : entries_) {
+      lines.push_back(entry.function() + "|" + (entry.level ? std::to_string(*entry.level) : "") + "|" +
+                      entry.message());
+    }
+    entries_.clear();
+    return lines;
+  }
+
+  std::size_t count(const std::string& message) const {
+    const std::lock_guard lock(mutex_);
+    return static_cast<std::size_t>(std::count_if(entries_.begin(), entries_.end(),
+                                                  [&](const Entry& e) { return e.message() == message; }));
+  }
+
+ private:
+  void keep(Entry entry) {
+    const std::lock_guard lock(mutex_);
+    entries_.push_back(std::move(entry));
+  }
+
+  mutable std::mutex mutex_;
+  std::vector<Entry> entries_;
+};

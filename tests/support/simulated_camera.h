@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <arv.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "vireo/genicam/adapter.h"
+
+/// The address of the in-process camera, which serves the description of the host tool's simulated camera.
+/// Other interfaces are off: nothing is looked for on a network.
+inline const char* simulatedCamera() {
+  arv_disable_interface("GigEVision");
+  arv_disable_interface("USB3Vision");
+  arv_enable_interface("Fake");
+  arv_set_fake_camera_genicam_filename(VIREO_SIMULATED_CAMERA);
+}
+
+/// The adapter as a subclass of the host's would see it.
+class OpenAdapter : public vireo::genicam::GenICamAdapter {
+ public:
+  explicit OpenAdapter(std::string address = "Fake_1", double timeout = 0.0) {
+    simulatedCamera();
+    Initialise({std::move(address), timeout});
+  }
+  using AdapterBase::acquisitionActive;
+  using AdapterBase::acquisitionStopTime;
+  using AdapterBase::lastFrameTime;
+};
+
+inline vireo::common::Parameter makeParameter(const std::string& name, vireo::common::ParameterValue value) {
+  vireo::common::Parameter parameter;
+  parameter.name = name;
+  parameter.value = std::move(value);
+  return parameter;
+}
+
+/// The text of the std::runtime_error that `action` throws, or "nothing thrown".
+template <typename Action>
+std::string errorOf(Action&& action) {
+  try {
+    action();
+  } catch (const std::runtime_error& error) {
+    return error.what();
+  }
+  return "nothing thrown";
+}
+
+/// Receives until `frames` came, for at most `attempts` calls; returns how many came.
+inline int receive(vireo::common::AdapterBase& adapter, std::vector<std::uint8_t>& memory,
+                   vireo::common::FrameInfo& info, int frames, int attempts = 50) {
+  std::span<std::uint8_t> span(memory);
+  int got = 0;
+  for (; got < frames && attempts > 0; --attempts) {
+    bool received = false;
+    adapter.ReceiveFrame(received, 0, span, info);
+    got += received;
+  }
+  return got;
+}

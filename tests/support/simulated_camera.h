@@ -11,7 +11,7 @@
 
 /// The address of the in-process camera, which serves the description of the host tool's simulated camera.
 /// Other interfaces are off: nothing is looked for on a network.
-inline const char* simulatedCamera() {
+inline void simulatedCamera() {
   arv_disable_interface("GigEVision");
   arv_disable_interface("USB3Vision");
   arv_enable_interface("Fake");

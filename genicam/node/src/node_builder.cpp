@@ -19,7 +19,7 @@ struct Source {
   pugi::xml_node element() const { return index[feature.id].element; }
   const Properties& properties() const { return resolver.properties(feature.id); }
   const Resolved& resolved() const { return resolver.resolve(feature.id); }
-  std::optional<Number> constant() const { return resolver.constant(feature.id); }
+  std::optional<Number> value() const { return resolver.value(feature.id); }
 };
 
 Visibility visibility(std::string_view text) {
@@ -47,7 +47,7 @@ Kind withHeader(const Source& source) {
 IntegerNode buildInteger(const Source& source) {
   auto node = withHeader<IntegerNode>(source);
   const Resolved& resolved = source.resolved();
-  node.value = toInteger(source.constant().value_or(std::int64_t{0}));
+  node.value = toInteger(source.value().value_or(std::int64_t{0}));
   if (resolved.min) node.min = toInteger(*resolved.min);
   if (resolved.max) node.max = toInteger(*resolved.max);
   if (resolved.increment) node.inc = toInteger(*resolved.increment);
@@ -59,7 +59,7 @@ FloatNode buildFloat(const Source& source) {
   auto node = withHeader<FloatNode>(source);
   const Resolved& resolved = source.resolved();
   constexpr double kLargest = std::numeric_limits<double>::max();
-  node.value = toFloat(source.constant().value_or(0.0));
+  node.value = toFloat(source.value().value_or(0.0));
   node.min = toFloat(resolved.min.value_or(-kLargest));
   node.max = toFloat(resolved.max.value_or(kLargest));
   node.unit = resolved.unit;
@@ -69,19 +69,20 @@ FloatNode buildFloat(const Source& source) {
 
 BooleanNode buildBoolean(const Source& source) {
   auto node = withHeader<BooleanNode>(source);
-  node.value = !isZero(source.constant().value_or(std::int64_t{0}));
+  node.value = !isZero(source.value().value_or(std::int64_t{0}));
   return node;
 }
 
 StringNode buildString(const Source& source) {
   auto node = withHeader<StringNode>(source);
   node.value = source.properties().text(Property::Value);
+  if (node.value.empty()) node.value = source.resolved().text;
   return node;
 }
 
 EnumerationNode buildEnumeration(const Source& source) {
   auto node = withHeader<EnumerationNode>(source);
-  const std::optional<Number> current = source.constant();
+  const std::optional<Number> current = source.value();
   for (pugi::xml_node entry = source.element().child("EnumEntry"); entry;
        entry = entry.next_sibling("EnumEntry")) {
     const std::string name(trimmed(entry.attribute("Name").value()));

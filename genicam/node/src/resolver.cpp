@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "access.h"
 #include "document.h"
@@ -33,10 +34,6 @@ std::optional<Number> numberOf(const Properties& properties, Property property, 
 
 bool isIndexedTarget(pugi::xml_node child) {
   return std::strcmp(child.name(), "pValueIndexed") == 0 || std::strcmp(child.name(), "pValueDefault") == 0;
-}
-
-std::string_view shareable(const std::string& text) {
-  return text.size() <= kMaxSharedText ? std::string_view(text) : std::string_view();
 }
 
 }  // namespace
@@ -73,7 +70,7 @@ void Resolver::markWritable(const std::vector<Feature>& features) {
   }
 }
 
-std::optional<Number> Resolver::literal(NodeId id) {
+std::optional<Number> Resolver::ownLiteral(NodeId id) {
   const Properties& own = properties(id);
   switch (index[id].kind) {
     case ElementKind::Integer:
@@ -94,14 +91,14 @@ std::optional<Number> Resolver::literal(NodeId id) {
 }
 
 // A node that links to a number has that number; a Boolean compares it, a converter computes with it.
-std::optional<Number> Resolver::passedOn(NodeId id, const std::optional<Number>& behind) {
-  if (!behind || isFormula(index[id].kind)) return std::nullopt;
+Resolver::Literal Resolver::passedOn(NodeId id, const Literal& behind) {
+  if (!behind.number || isFormula(index[id].kind)) return {};
   if (index[id].kind != ElementKind::Boolean) return behind;
   const std::int64_t on = properties(id).integer(Property::OnValue).value_or(1);
-  return Number(std::int64_t{toInteger(*behind) == on});
+  return {Number(std::int64_t{toInteger(*behind.number) == on}), behind.writable};
 }
 
-std::optional<Number> Resolver::constant(NodeId id) {
+const Resolver::Literal& Resolver::literalBehind(NodeId id) {
   std::vector<NodeId> chain;
   std::optional<NodeId> next = id;
   while (next && state(*next).finding == Progress::Open) {
@@ -110,22 +107,24 @@ std::optional<Number> Resolver::constant(NodeId id) {
     next = target(*next, Property::PValue);
   }
   // Ends at what is known, at a literal, at a dangling name, or in a circle, which has no number.
-  std::optional<Number> behind;
-  if (next) behind = state(*next).constant;
+  Literal behind;
+  if (next) behind = state(*next).literal;
   for (; !chain.empty(); chain.pop_back()) {
     State& own = state(chain.back());
     const bool linked = own.properties.has(Property::PValue);
-    if (linked) own.constant = passedOn(chain.back(), behind);
-    if (!linked && !own.writable) own.constant = literal(chain.back());
+    own.literal = linked ? passedOn(chain.back(), behind) : Literal{ownLiteral(chain.back()), own.writable};
     own.finding = Progress::Done;
-    behind = own.constant;
+    behind = own.literal;
   }
-  return state(id).constant;
+  return state(id).literal;
 }
 
-std::optional<Number> Resolver::constantBehind(NodeId id, Property link) {
+// The number, fixed for good, of the node that a property names.
+std::optional<Number> Resolver::constant(NodeId id, Property link) {
   const std::optional<NodeId> found = target(id, link);
-  return found ? constant(*found) : std::nullopt;
+  if (!found) return std::nullopt;
+  const Literal& literal = literalBehind(*found);
+  return literal.writable ? std::nullopt : literal.number;
 }
 
 std::vector<NodeId> Resolver::valueTargets(NodeId id) {
@@ -165,12 +164,12 @@ void Resolver::combine(NodeId id) {
   Resolved& own = state(id).resolved;
   own.access = narrowed(accessByItself(id), imposedAccess(properties(id)));
   const auto isNever = [&](Property condition) {
-    const std::optional<Number> answer = constantBehind(id, condition);
+    const std::optional<Number> answer = constant(id, condition);
     return answer && isZero(*answer);
   };
   if (isNever(Property::PIsImplemented) || isNever(Property::PIsAvailable))
     own.access = AccessMode::NotAvailable;
-  const std::optional<Number> locked = constantBehind(id, Property::PIsLocked);
+  const std::optional<Number> locked = constant(id, Property::PIsLocked);
   if (locked && !isZero(*locked) && own.access != AccessMode::NotAvailable) own.access = AccessMode::ReadOnly;
 }
 
@@ -223,16 +222,18 @@ void Resolver::findFault(NodeId id) {
   }
   const bool number = index[id].kind == ElementKind::Integer || index[id].kind == ElementKind::Float ||
                       index[id].kind == ElementKind::Enumeration;
-  if (number && own.has(Property::Value) && !numberOf(own, Property::Value, index[id].kind)) {
+  if (!own.has(Property::Value)) return;
+  if (number && !numberOf(own, Property::Value, index[id].kind)) {
     fault = fmt::format("Value '{:.80}' is no number", own.text(Property::Value));
+  }
+  if (index[id].kind == ElementKind::Boolean && !parseBoolean(own.text(Property::Value))) {
+    fault = fmt::format("Value '{:.80}' is neither true nor false", own.text(Property::Value));
   }
 }
 
 void Resolver::findBounds(NodeId id) {
   State& own = state(id);
   const ElementKind kind = index[id].kind;
-  own.ownUnit = own.properties.text(Property::Unit);
-  own.ownRepresentation = own.properties.text(Property::Representation);
   Resolved& found = own.resolved;
   // A converter's formula is not evaluated, so the raw range behind it says nothing of its own.
   if (const std::optional<NodeId> behind = target(id, Property::PValue); behind && !isFormula(kind)) {
@@ -242,20 +243,30 @@ void Resolver::findBounds(NodeId id) {
     found.increment = raw.increment;
     found.unit = raw.unit;
     found.representation = raw.representation;
+    found.text = raw.text;
   } else if (const std::optional<RegisterRange> range = registerRange(kind, own.properties)) {
     found.min = range->min;
     found.max = range->max;
   }
   const auto take = [&](std::optional<Number>& slot, Property literalBound, Property link) {
     std::optional<Number> bound = numberOf(own.properties, literalBound, kind);
-    if (!bound) bound = constantBehind(id, link);
+    if (!bound) bound = constant(id, link);
     if (bound) slot = bound;
   };
   take(found.min, Property::Min, Property::PMin);
   take(found.max, Property::Max, Property::PMax);
   take(found.increment, Property::Inc, Property::PInc);
-  if (!own.ownUnit.empty()) found.unit = shareable(own.ownUnit);
-  if (!own.ownRepresentation.empty()) found.representation = shareable(own.ownRepresentation);
+  // 0xFFFFFFFFFFFFFFFF as an upper bound means none, and wraps to -1.
+  if (found.min && found.max && toFloat(*found.max) < toFloat(*found.min)) found.max.reset();
+  found.unit = shared(id, Property::Unit, found.unit);
+  found.representation = shared(id, Property::Representation, found.representation);
+  if (kind == ElementKind::String) found.text = shared(id, Property::Value, found.text);
+}
+
+std::string_view Resolver::shared(NodeId id, Property property, std::string_view behind) {
+  std::string own = properties(id).text(property);
+  if (own.empty() || own.size() > kMaxSharedText) return behind;
+  return texts.emplace_back(std::move(own));
 }
 
 }  // namespace vireo::genicam

@@ -25,7 +25,8 @@ struct Resolved {
   std::optional<Number> increment;
   std::string_view unit;
   std::string_view representation;
-  std::string fault;  ///< why the node can't be understood; empty for a sound one
+  std::string_view text;  ///< a String's literal value
+  std::string fault;      ///< why the node can't be understood; empty for a sound one
 };
 
 /// Follows the links between nodes (pValue, indexed values, conditions, bounds). What a node resolves to is
@@ -34,28 +35,28 @@ class Resolver {
  public:
   explicit Resolver(const NodeIndex& nodeIndex);
 
-  /// The literal at the end of these nodes' pValue chains can be written, so it is no constant.
+  /// The literals at the end of these nodes' pValue chains can be written, so they are no constants.
   void markWritable(const std::vector<Feature>& features);
 
   const Properties& properties(NodeId id) { return state(id).properties; }
   const Resolved& resolve(NodeId id);
-  /// The number that a node has for good: a literal, or a link to one. Nothing when the camera decides.
-  std::optional<Number> constant(NodeId id);
-  /// The same for a property that names a node.
-  std::optional<Number> constantBehind(NodeId id, Property link);
-  std::optional<NodeId> target(NodeId id, Property link);
+  /// The number that a node starts with: a literal, or a link to one. Nothing when only the camera knows.
+  std::optional<Number> value(NodeId id) { return literalBehind(id).number; }
 
  private:
   enum class Progress : std::uint8_t { Open, Active, Done };
+
+  struct Literal {
+    std::optional<Number> number;
+    bool writable = false;
+  };
 
   struct State {
     explicit State(pugi::xml_node element) : properties(element) {}
 
     Properties properties;
     Resolved resolved;
-    std::string ownUnit;
-    std::string ownRepresentation;
-    std::optional<Number> constant;
+    Literal literal;
     Progress resolving = Progress::Open;
     Progress finding = Progress::Open;
     bool writable = false;
@@ -63,8 +64,12 @@ class Resolver {
 
   State& state(NodeId id);
   const Properties& structure(pugi::xml_node element);
-  std::optional<Number> literal(NodeId id);
-  std::optional<Number> passedOn(NodeId id, const std::optional<Number>& behind);
+  std::optional<NodeId> target(NodeId id, Property link);
+  std::optional<Number> ownLiteral(NodeId id);
+  Literal passedOn(NodeId id, const Literal& behind);
+  const Literal& literalBehind(NodeId id);
+  std::optional<Number> constant(NodeId id, Property link);
+  std::string_view shared(NodeId id, Property property, std::string_view behind);
   std::vector<NodeId> valueTargets(NodeId id);
   void combine(NodeId id);
   AccessMode accessByItself(NodeId id);
@@ -76,6 +81,7 @@ class Resolver {
   std::vector<std::uint32_t> slots;  ///< 1 + place in states; 0 for a node that nobody asked for
   std::deque<State> states;          ///< grows without moving what it holds
   std::map<pugi::xml_node, Properties> structures;
+  std::deque<std::string> texts;
 };
 
 }  // namespace vireo::genicam

@@ -42,8 +42,8 @@ void recordComposed(benchmark::State& state) {
 
 void sameTextFormatted(benchmark::State& state) {
   for (auto _ : state) {
-    logger.Record(20, fmt::format("2026-03-04T05:06:07.{}:{}:{}:{}:{}: GenICamAdapter: wrote '{}' = '{}'", 123457,
-                                  __FILE__, __LINE__, __func__, "bench", "ExposureTime", 10000.0));
+    logger.Record(20, fmt::format("2026-03-04T05:06:07.{}:{}:{}:{}:{}: GenICamAdapter: wrote '{}' = '{}'",
+                                  123457, __FILE__, __LINE__, __func__, "bench", "ExposureTime", 10000.0));
   }
 }
 

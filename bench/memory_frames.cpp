@@ -36,8 +36,8 @@ MemoryFrames::~MemoryFrames() {
 extern "C" {
 
 ArvBuffer* arv_stream_timeout_pop_buffer(ArvStream* stream, guint64 timeout) {
-  static const auto real =
-      reinterpret_cast<decltype(&arv_stream_timeout_pop_buffer)>(dlsym(RTLD_NEXT, "arv_stream_timeout_pop_buffer"));
+  static const auto real = reinterpret_cast<decltype(&arv_stream_timeout_pop_buffer)>(
+      dlsym(RTLD_NEXT, "arv_stream_timeout_pop_buffer"));
   GAsyncQueue* const queue = frames.load(std::memory_order_relaxed);
   if (queue == nullptr) return real(stream, timeout);
   return static_cast<ArvBuffer*>(g_async_queue_timeout_pop(queue, timeout));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "brio/fnd/iso_time.h"
 
+#include <fmt/compile.h>
 #include <fmt/format.h>
 
 #include <chrono>
@@ -8,6 +9,12 @@
 
 namespace brio::fnd {
 namespace {
+
+void appendField(std::string& text, char separator, int number) {
+  const char field[] = {separator, static_cast<char>('0' + number / 10),
+                        static_cast<char>('0' + number % 10)};
+  text.append(field, sizeof field);
+}
 
 // fmt's shortest form with an exponent, spelled out with leading zeros instead.
 std::string positional(const std::string& scientific) {
@@ -30,8 +37,13 @@ std::string IsoTime(double time, std::uint8_t precision) {
   const auto seconds = static_cast<std::time_t>(whole);
   std::tm utc{};
   gmtime_r(&seconds, &utc);
-  std::string text = fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", utc.tm_year + 1900, utc.tm_mon + 1,
-                                 utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
+  std::string text = fmt::format(FMT_COMPILE("{:04}"), utc.tm_year + 1900);
+  text.reserve(40);
+  appendField(text, '-', utc.tm_mon + 1);
+  appendField(text, '-', utc.tm_mday);
+  appendField(text, 'T', utc.tm_hour);
+  appendField(text, ':', utc.tm_min);
+  appendField(text, ':', utc.tm_sec);
   if (precision == 0) return text;
   const double fraction = time - static_cast<double>(whole);
   const std::string digits = positional(fmt::format("{:.{}}", fraction, static_cast<unsigned>(precision)));

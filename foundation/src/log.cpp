@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "brio/fnd/log.h"
 
+#include <fmt/compile.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <string_view>
 
 #include "brio/fnd/iso_time.h"
 #include "brio/fnd/thread_name.h"
@@ -32,6 +32,19 @@ Logger& fallback() noexcept {
   return logger;
 }
 
+void appendPrefix(fmt::memory_buffer& record, const SourceSite& site) {
+  fmt::format_to(fmt::appender(record), FMT_COMPILE("{}:{}:{}:{}:{}: "), IsoTimeNow(6), site.file, site.line,
+                 site.function, ThreadName());
+}
+
+// Formatted in place behind its prefix: the message is copied once.
+std::string compose(const SourceSite& site, fmt::string_view format, fmt::format_args args) {
+  fmt::memory_buffer record;
+  appendPrefix(record, site);
+  fmt::vformat_to(fmt::appender(record), format, args);
+  return fmt::to_string(record);
+}
+
 }  // namespace
 
 Logger::~Logger() = default;
@@ -50,17 +63,10 @@ void SetLogger(Logger* logger) noexcept {
 }
 
 std::string ComposeRecord(const SourceSite& site, fmt::string_view message) {
-  const std::string time = IsoTimeNow(6);
-  const std::string line = std::to_string(site.line);
-  const std::string thread = ThreadName();
-  const std::string_view file(site.file);
-  const std::string_view function(site.function);
-  std::string record;
-  record.reserve(time.size() + file.size() + line.size() + function.size() + thread.size() + message.size() +
-                 6);
-  record.append(time).append(":").append(file).append(":").append(line).append(":").append(function);
-  record.append(":").append(thread).append(": ").append(message.data(), message.size());
-  return record;
+  fmt::memory_buffer record;
+  appendPrefix(record, site);
+  record.append(message);
+  return fmt::to_string(record);
 }
 
 void ScopedTracer::Write(const std::string& record) {
@@ -78,11 +84,11 @@ namespace detail {
 
 void WriteRecord(Logger& logger, std::int32_t level, const SourceSite& site, fmt::string_view format,
                  fmt::format_args args) {
-  logger.Record(level, ComposeRecord(site, fmt::vformat(format, args)));
+  logger.Record(level, compose(site, format, args));
 }
 
 void WriteRecord(Logger& logger, const SourceSite& site, fmt::string_view format, fmt::format_args args) {
-  logger.Record(ComposeRecord(site, fmt::vformat(format, args)));
+  logger.Record(compose(site, format, args));
 }
 
 }  // namespace detail

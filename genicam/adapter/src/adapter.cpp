@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -397,7 +398,7 @@ void GenICamAdapter::ReceiveFrame(bool& received, uint64_t, std::span<uint8_t>& 
     BRIO_LOG_ERROR("GenICamAdapter: frame too large ({} > {})", image.size(), buffer.size());
     return;
   }
-  std::ranges::copy(image, buffer.begin());
+  if (!image.empty()) std::memcpy(buffer.data(), image.data(), image.size());
   impl_->fillInfo(frame.get(), image.size(), info);
   frame.giveBack();
 

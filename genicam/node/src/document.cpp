@@ -112,7 +112,7 @@ pugi::xml_node readDocument(const std::string& text, pugi::xml_document& documen
 
 std::string textOf(pugi::xml_node element) {
   std::string joined = element.value();  // the first text is kept in the element itself
-  for (const pugi::xml_node child : element.children()) {
+  for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
     if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) joined += child.value();
   }
   const std::string_view inner = trimmed(joined);

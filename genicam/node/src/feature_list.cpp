@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "feature_list.h"
 
-#include <cstring>
+#include <fmt/format.h>
+
 #include <utility>
 
 #include "document.h"
@@ -30,27 +31,27 @@ class Walk {
     }
   }
 
-  std::vector<Feature> features;
+  FeatureList list;
 
  private:
   struct Level {
     pugi::xml_node next;
-    std::string path;
+    std::string_view path;
   };
 
-  void visit(NodeId id, const std::string& path) {
+  void visit(NodeId id, std::string_view path) {
     if (seen[id]) return;
     seen[id] = true;
     const IndexedNode& node = index[id];
     if (node.kind == ElementKind::Register || node.kind == ElementKind::Other) return;
-    features.push_back({id, path});
+    list.features.push_back({id, path});
     if (node.kind == ElementKind::Category)
       open.push_back({node.element.child("pFeature"), below(path, node.name)});
   }
 
-  static std::string below(const std::string& path, std::string_view name) {
+  std::string_view below(std::string_view path, std::string_view name) {
     if (path.size() + name.size() >= kMaxPath) return path;
-    return path.empty() ? std::string(name) : path + '/' + std::string(name);
+    return list.paths.emplace_back(path.empty() ? std::string(name) : fmt::format("{}/{}", path, name));
   }
 
   const NodeIndex& index;
@@ -65,13 +66,14 @@ FeatureList listFeatures(const NodeIndex& index) {
   const auto root = index.find("Root");
   if (root && index[*root].kind == ElementKind::Category) {
     walk.from(*root);
-    return {std::move(walk.features), true};
+    walk.list.hasRoot = true;
+    return std::move(walk.list);
   }
   for (NodeId id = 0; id < index.size(); ++id) {
     if (index[id].kind == ElementKind::Category) walk.from(id);
   }
   for (NodeId id = 0; id < index.size(); ++id) walk.from(id);
-  return {std::move(walk.features), false};
+  return std::move(walk.list);
 }
 
 }  // namespace vireo::genicam

@@ -47,6 +47,7 @@ Resolver::State& Resolver::state(NodeId id) {
     const pugi::xml_node parent = index[id].element.parent();
     const bool entry = index[id].kind == ElementKind::StructEntry;
     if (entry && std::strcmp(parent.name(), "StructReg") == 0) made.properties.inheritFrom(structure(parent));
+    made.behind = target(id, Property::PValue);
   }
   return states[slots[id] - 1];
 }
@@ -65,7 +66,7 @@ void Resolver::markWritable(const std::vector<Feature>& features) {
     std::optional<NodeId> id = feature.id;
     while (id && !state(*id).writable && imposedAccess(properties(*id)) != AccessMode::ReadOnly) {
       state(*id).writable = true;
-      id = target(*id, Property::PValue);
+      id = state(*id).behind;
     }
   }
 }
@@ -104,7 +105,7 @@ const Resolver::Literal& Resolver::literalBehind(NodeId id) {
   while (next && state(*next).finding == Progress::Open) {
     state(*next).finding = Progress::Active;
     chain.push_back(*next);
-    next = target(*next, Property::PValue);
+    next = state(*next).behind;
   }
   // Ends at what is known, at a literal, at a dangling name, or in a circle, which has no number.
   Literal behind;
@@ -129,9 +130,9 @@ std::optional<Number> Resolver::constant(NodeId id, Property link) {
 
 std::vector<NodeId> Resolver::valueTargets(NodeId id) {
   std::vector<NodeId> targets;
-  if (const std::optional<NodeId> behind = target(id, Property::PValue)) targets.push_back(*behind);
+  if (const std::optional<NodeId> behind = state(id).behind) targets.push_back(*behind);
   if (!targets.empty() || !properties(id).has(Property::PIndex)) return targets;
-  for (const pugi::xml_node child : index[id].element.children()) {
+  for (pugi::xml_node child = index[id].element.first_child(); child; child = child.next_sibling()) {
     if (!isIndexedTarget(child)) continue;
     if (const std::optional<NodeId> found = index.find(textOf(child))) targets.push_back(*found);
   }
@@ -192,8 +193,7 @@ AccessMode Resolver::accessByItself(NodeId id) {
     default:
       break;
   }
-  if (const std::optional<NodeId> behind = target(id, Property::PValue))
-    return state(*behind).resolved.access;
+  if (const std::optional<NodeId> behind = state(id).behind) return state(*behind).resolved.access;
   if (own.has(Property::PIndex)) return sharedByIndexed(id);
   return index[id].kind == ElementKind::Command ? AccessMode::WriteOnly : AccessMode::ReadWrite;
 }
@@ -208,7 +208,7 @@ void Resolver::findFault(NodeId id) {
   std::string& fault = state(id).resolved.fault;
   const Properties& own = properties(id);
   if (own.has(Property::PValue)) {
-    const std::optional<NodeId> behind = target(id, Property::PValue);
+    const std::optional<NodeId> behind = state(id).behind;
     if (!behind) {
       fault = fmt::format("pValue '{:.80}' names no node", own.text(Property::PValue));
     } else if (state(*behind).resolving == Progress::Active) {
@@ -236,7 +236,7 @@ void Resolver::findBounds(NodeId id) {
   const ElementKind kind = index[id].kind;
   Resolved& found = own.resolved;
   // A converter's formula is not evaluated, so the raw range behind it says nothing of its own.
-  if (const std::optional<NodeId> behind = target(id, Property::PValue); behind && !isFormula(kind)) {
+  if (const std::optional<NodeId> behind = state(id).behind; behind && !isFormula(kind)) {
     const Resolved& raw = state(*behind).resolved;
     found.min = raw.min;
     found.max = raw.max;

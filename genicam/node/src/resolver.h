@@ -55,6 +55,7 @@ class Resolver {
     explicit State(pugi::xml_node element) : properties(element) {}
 
     Properties properties;
+    std::optional<NodeId> behind;  ///< the node that pValue names
     Resolved resolved;
     Literal literal;
     Progress resolving = Progress::Open;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Receiving over GVSP on loopback at the highest rate that the simulated camera sends: the adapter against a bare
-// Aravis receiver. The camera is a process of its own, so the processor time is the receiver's alone. One
-// iteration receives for one second.
+// Receiving over GVSP on loopback at the highest rate that the simulated camera sends: the adapter against a
+// bare Aravis receiver. The camera is a process of its own, so the processor time is the receiver's alone.
+// One iteration receives for one second.
 #include <arv.h>
 #include <benchmark/benchmark.h>
 #include <signal.h>

@@ -1,0 +1,235 @@
+// SPDX-License-Identifier: MIT
+// Our catalogue of every real description against the tree that Aravis builds of the same text.
+#include <arv.h>
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <sstream>
+
+#include "vireo/genicam/xml_parser.h"
+
+namespace {
+
+using namespace vireo::genicam;
+namespace fs = std::filesystem;
+
+constexpr const char* kKinds[] = {"Integer",     "Float",   "Boolean", "String",
+                                  "Enumeration", "Command", "Category"};
+constexpr const char* kAccess[] = {"RO", "WO", "RW", "NA"};
+
+struct Facts {
+  std::string kind;
+  std::string access;
+  std::string entries;
+};
+
+Facts ours(const NodeVariant& node) {
+  Facts facts = {kKinds[node.index()], kAccess[static_cast<int>(getAccessMode(node))], {}};
+  if (const auto* const enumeration = std::get_if<EnumerationNode>(&node)) {
+    for (const std::string& entry : enumeration->entries)
+      facts.entries += fmt::format("{}={} ", entry, enumeration->entryValues.at(entry));
+  }
+  return facts;
+}
+
+std::string elementOf(ArvGcNode* node) {
+  return arv_dom_node_get_node_name(ARV_DOM_NODE(node));
+}
+
+ArvGcPropertyNode* property(ArvGcNode* node, const std::string& name) {
+  ArvDomNode* child = arv_dom_node_get_first_child(ARV_DOM_NODE(node));
+  while (child != nullptr && name != arv_dom_node_get_node_name(child))
+    child = arv_dom_node_get_next_sibling(child);
+  return ARV_IS_GC_PROPERTY_NODE(child) ? ARV_GC_PROPERTY_NODE(child) : nullptr;
+}
+
+std::string text(ArvGcNode* node, const char* name) {
+  ArvGcPropertyNode* const found = property(node, name);
+  return found == nullptr ? std::string() : arv_gc_property_node_get_string(found, nullptr);
+}
+
+ArvGcNode* target(ArvGcNode* node, const char* name) {
+  ArvGcPropertyNode* const found = property(node, name);
+  return found == nullptr ? nullptr : arv_gc_property_node_get_linked_node(found);
+}
+
+/// The referee's answer to a condition; `otherwise` when it needs a camera for it.
+bool holds(ArvGcNode* node, gboolean (*ask)(ArvGcFeatureNode*, GError**), bool otherwise) {
+  GError* error = nullptr;
+  const bool answer = ask(ARV_GC_FEATURE_NODE(node), &error) != FALSE;
+  if (error == nullptr) return answer;
+  g_error_free(error);
+  return otherwise;
+}
+
+bool offered(ArvGcNode* node) {
+  return holds(node, arv_gc_feature_node_is_implemented, true) &&
+         holds(node, arv_gc_feature_node_is_available, true);
+}
+
+Facts theirs(ArvGcNode* node) {
+  Facts facts = {"none", kAccess[arv_gc_feature_node_get_actual_access_mode(ARV_GC_FEATURE_NODE(node))], {}};
+  if (holds(node, arv_gc_feature_node_is_locked, false)) facts.access = "RO";
+  if (!offered(node)) facts.access = "NA";
+  // An enumeration and a Boolean are integers to Aravis too.
+  if (ARV_IS_GC_INTEGER(node)) facts.kind = "Integer";
+  if (ARV_IS_GC_FLOAT(node)) facts.kind = "Float";
+  if (ARV_IS_GC_STRING(node)) facts.kind = "String";
+  for (const char* const kind : {"Boolean", "Enumeration", "Command", "Category"}) {
+    if (elementOf(node) == kind) facts.kind = kind;
+  }
+  if (!ARV_IS_GC_ENUMERATION(node)) return facts;
+  for (const GSList* at = arv_gc_enumeration_get_entries(ARV_GC_ENUMERATION(node)); at; at = at->next) {
+    auto* const entry = ARV_GC_ENUM_ENTRY(at->data);
+    facts.entries = fmt::format("{}={} ", arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(entry)),
+                                arv_gc_enum_entry_get_value(entry, nullptr)) +
+                    facts.entries;  // the list is in reverse
+  }
+  return facts;
+}
+
+std::map<std::string, ArvGcNode*> features(ArvGc* tree) {
+  std::map<std::string, ArvGcNode*> found;
+  std::vector<std::string> open = {"Root"};
+  while (!open.empty()) {
+    const std::string name = open.back();
+    open.pop_back();
+    ArvGcNode* const node = arv_gc_get_node(tree, name.c_str());
+    if (!ARV_IS_GC_FEATURE_NODE(node) || !found.emplace(name, node).second || !ARV_IS_GC_CATEGORY(node))
+      continue;
+    const GSList* at = arv_gc_category_get_features(ARV_GC_CATEGORY(node));
+    for (; at != nullptr; at = at->next) open.emplace_back(static_cast<const char*>(at->data));
+  }
+  return found;
+}
+
+bool any(ArvGcNode* node, const std::function<bool(ArvGcNode*)>& test) {
+  for (int hops = 0; node != nullptr && hops < 100; ++hops, node = target(node, "pValue")) {
+    if (test(node)) return true;
+  }
+  return false;
+}
+
+// What the text alone cannot answer: a formula, an indexed value, a register.
+bool needsCamera(ArvGcNode* node, const char* condition) {
+  return any(target(node, condition), [](ArvGcNode* link) {
+    const std::string element = elementOf(link);
+    return element.ends_with("SwissKnife") || element.ends_with("Converter") || element.ends_with("Reg") ||
+           element == "StructEntry" || property(link, "pIndex") != nullptr;
+  });
+}
+
+bool hasOctalLook(ArvGcNode* enumeration) {
+  for (const GSList* at = arv_gc_enumeration_get_entries(ARV_GC_ENUMERATION(enumeration)); at;
+       at = at->next) {
+    const std::string value = text(ARV_GC_NODE(at->data), "Value");
+    if (value.size() > 1 && value[0] == '0' && std::isdigit(static_cast<unsigned char>(value[1])))
+      return true;
+  }
+  return false;
+}
+
+struct Explanation {
+  std::string Facts::*aspect;
+  const char* reason;
+  std::function<bool(ArvGcNode*, const Facts& ours, const Facts& theirs)> applies;
+};
+
+const Explanation kExplained[] = {
+    {&Facts::access, "a category is not locked: writing one is refused for its kind",
+     [](ArvGcNode* node, const Facts& our, const Facts& their) {
+       return elementOf(node) == "Category" && our.access == "RW" && their.access == "RO";
+     }},
+    {&Facts::access, "Aravis finds nothing to read behind a command and makes it read-only",
+     [](ArvGcNode* node, const Facts& our, const Facts&) {
+       return elementOf(node) == "Command" && our.access == "WO" && property(node, "pValue") == nullptr;
+     }},
+    {&Facts::access, "Aravis leaves out what the nodes behind pValue allow",
+     [](ArvGcNode* node, const Facts& our, const Facts& their) {
+       return their.access == "RW" && any(node, [&](ArvGcNode* link) {
+                return text(link, "ImposedAccessMode") == our.access ||
+                       text(link, "AccessMode") == our.access;
+              });
+     }},
+    {&Facts::access, "Aravis leaves out the conditions of the nodes behind pValue",
+     [](ArvGcNode* node, const Facts& our, const Facts&) {
+       return our.access == "NA" &&
+              any(target(node, "pValue"), [](ArvGcNode* link) { return !offered(link); });
+     }},
+    {&Facts::access,
+     "only a camera can answer the condition; without one Aravis takes its registers for zero",
+     [](ArvGcNode* node, const Facts&, const Facts& their) {
+       return (their.access == "NA" &&
+               (needsCamera(node, "pIsImplemented") || needsCamera(node, "pIsAvailable"))) ||
+              (their.access == "RO" && needsCamera(node, "pIsLocked"));
+     }},
+    {&Facts::entries, "Aravis reads an entry's 018 as octal",
+     [](ArvGcNode* node, const Facts&, const Facts&) { return hasOctalLook(node); }},
+};
+
+struct Totals {
+  std::size_t files = 0, features = 0, kinds = 0, access = 0, entries = 0;
+  std::map<std::string, int> explained;
+};
+
+void explain(const std::string& where, ArvGcNode* node, const Facts& our, const Facts& their,
+             Totals& totals) {
+  for (std::string Facts::*const aspect : {&Facts::kind, &Facts::access, &Facts::entries}) {
+    if (our.*aspect == their.*aspect) continue;
+    const auto* const why = std::find_if(
+        std::begin(kExplained), std::end(kExplained),
+        [&](const Explanation& row) { return row.aspect == aspect && row.applies(node, our, their); });
+    EXPECT_NE(why, std::end(kExplained)) << where << ": ours " << our.*aspect << ", Aravis " << their.*aspect;
+    if (why != std::end(kExplained)) ++totals.explained[why->reason];
+  }
+}
+
+void compare(const std::string& file, const std::string& xml, Totals& totals) {
+  NodeMap nodes = XmlParser::parse(xml);
+  const std::size_t start = std::min(xml.find("<?xml"), xml.find("<RegisterDescription"));
+  ArvGc* const tree = arv_gc_new(nullptr, xml.data() + start, xml.size() - start);  // it reads nothing before
+  ASSERT_NE(tree, nullptr) << file;
+  for (const auto& [name, node] : features(tree)) {
+    const std::string where = fmt::format("{}: {} {}", file, elementOf(node), name);
+    ++totals.features;
+    const auto found = nodes.find(name);
+    if (found == nodes.end()) {
+      EXPECT_EQ(elementOf(node), "Register") << where << ": only Aravis's";
+      ++totals.explained["a Register holds bytes without a type: no parameter"];
+      continue;
+    }
+    const Facts our = ours(found->second);
+    const Facts their = theirs(node);
+    totals.kinds += our.kind == their.kind;
+    totals.access += our.access == their.access;
+    totals.entries += our.entries == their.entries;
+    explain(where, node, our, their, totals);
+    nodes.erase(found);
+  }
+  for (const auto& [name, node] : nodes) ADD_FAILURE() << file << ": only ours: " << name;
+  ++totals.files;
+  g_object_unref(tree);
+}
+
+TEST(DescriptionReferee, AgreesOnEveryRealDescription) {
+  if (!fs::is_directory(VIREO_CAMERA_DESCRIPTIONS))
+    GTEST_SKIP() << "VIREO_CAMERA_DESCRIPTIONS names no folder";
+  Totals totals;
+  for (const auto& file : fs::directory_iterator(VIREO_CAMERA_DESCRIPTIONS)) {
+    std::stringstream xml;
+    xml << std::ifstream(file.path(), std::ios::binary).rdbuf();
+    compare(file.path().filename(), xml.str(), totals);
+  }
+  std::cout << fmt::format("{} files, {} features; equal: {} kinds, {} access modes, {} entry lists\n",
+                           totals.files, totals.features, totals.kinds, totals.access, totals.entries);
+  for (const auto& [reason, count] : totals.explained) std::cout << fmt::format("{:5} {}\n", count, reason);
+}
+
+}  // namespace

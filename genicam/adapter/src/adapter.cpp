@@ -272,6 +272,7 @@ std::vector<Parameter> GenICamAdapter::Scan() {
   impl_->requireUsable();
   impl_->scanParameters();
   std::vector<Parameter> parameters;
+  parameters.reserve(impl_->nodeMap.size());
   for (const auto& [name, node] : impl_->nodeMap) {
     const NodeType kind = getNodeType(node);
     if (kind == NodeType::Command || kind == NodeType::Category) continue;

@@ -92,7 +92,7 @@ int main(int count, char** arguments) {
     add("arv_gc_new/" + path.stem().string(), text, buildTree);
     add("parse_doubled/" + path.stem().string(), doubled(text), parse);
   }
-  for (const HostileDescription& hostile : hostileDescriptions()) {
+  for (const HostileDescription& hostile : kHostileDescriptions) {
     add(std::string("hostile/") + hostile.name + "/100000", hostile.text(100'000), parse);
     add(std::string("hostile/") + hostile.name + "/200000", hostile.text(200'000), parse);
   }

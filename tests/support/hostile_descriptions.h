@@ -3,139 +3,63 @@
 
 #include <fmt/format.h>
 
-#include <functional>
 #include <string>
-#include <vector>
 
-/// A description made to hurt a parser; `count` sets its length.
+/// A description made to hurt a parser: `first` and `second` are repeated, with {0} and {1} for the number of
+/// the repetition and the next one; in `tail` {0} is the count.
 struct HostileDescription {
   const char* name;
-  std::function<std::string(int count)> text;
+  std::size_t nodes;  ///< how many are read from 100,000 repetitions; 0 when the text is refused
+  const char* head;
+  const char* first;
+  const char* middle = "";
+  const char* second = "";
+  const char* tail = "</RegisterDescription>";
+
+  std::string text(int count) const {
+    std::string whole = head;
+    for (int i = 0; i < count; ++i) whole += fmt::format(fmt::runtime(first), i, i + 1);
+    whole += middle;
+    for (int i = 0; i < count; ++i) whole += fmt::format(fmt::runtime(second), i, i + 1);
+    return whole + fmt::format(fmt::runtime(tail), count);
+  }
 };
 
-namespace hostile {
-
-inline std::string repeated(int count, const std::function<std::string(int)>& part) {
-  std::string text;
-  for (int i = 0; i < count; ++i) text += part(i);
-  return text;
-}
-
-inline std::string description(const std::string& nodes) {
-  return "<RegisterDescription>" + nodes + "</RegisterDescription>";
-}
-
-inline std::string root(const std::string& feature) {
-  return "<Category Name=\"Root\"><pFeature>" + feature + "</pFeature></Category>";
-}
-
-inline std::string chain(int count, const char* link) {
-  return root("N0") + repeated(count, [&](int i) {
-           return fmt::format("<Integer Name=\"N{}\"><{}>N{}</{}></Integer>", i, link, i + 1, link);
-         });
-}
-
-inline std::string everyFeatureLinksTo(int count, const std::string& target) {
-  return target + repeated(count, [](int i) {
-           return fmt::format("<Integer Name=\"N{}\"><pValue>T</pValue></Integer>", i);
-         });
-}
-
-}  // namespace hostile
-
-inline const std::vector<HostileDescription>& hostileDescriptions() {
-  using namespace hostile;
-  static const std::vector<HostileDescription> all = {
-      {"nesting",
-       [](int n) {
-         return description(repeated(n, [](int) { return "<Group>"; }) +
-                            repeated(n, [](int) { return "</Group>"; }));
-       }},
-      {"nested_nodes",
-       [](int n) {
-         return description(repeated(n, [](int i) { return fmt::format("<IntReg Name=\"N{}\">", i); }) +
-                            repeated(n, [](int) { return "</IntReg>"; }));
-       }},
-      {"pvalue_chain",
-       [](int n) { return description(chain(n, "pValue") + fmt::format("<Integer Name=\"N{}\"/>", n)); }},
-      {"pvalue_circle",
-       [](int n) {
-         return description(chain(n, "pValue") +
-                            fmt::format("<Integer Name=\"N{}\"><pValue>N0</pValue></Integer>", n));
-       }},
-      {"condition_chain", [](int n) { return description(chain(n, "pIsAvailable")); }},
-      {"category_chain",
-       [](int n) {
-         return description(
-             root("N0") + repeated(n, [](int i) {
-               return fmt::format(
-                   "<Category Name=\"N{}\"><pFeature>N{}</pFeature><pFeature>Root</pFeature></Category>", i,
-                   i + 1);
-             }));
-       }},
-      {"entries",
-       [](int n) {
-         return description(root("E") + "<Enumeration Name=\"E\">" +
-                            repeated(n,
-                                     [](int i) {
-                                       return fmt::format(
-                                           "<EnumEntry Name=\"E{}\"><Value>{}</Value></EnumEntry>", i, i);
-                                     }) +
-                            "</Enumeration>");
-       }},
-      {"struct_entries",
-       [](int n) {
-         return description("<StructReg><Length>4</Length>" +
-                            repeated(n,
-                                     [](int i) {
-                                       return fmt::format(
-                                           "<StructEntry Name=\"E{}\"><Bit>1</Bit></StructEntry>", i);
-                                     }) +
-                            "</StructReg>");
-       }},
-      {"indexed_values",
-       [](int n) {
-         return description(
-             root("I") + "<IntReg Name=\"R\"/><Integer Name=\"I\"><pIndex>R</pIndex>" +
-             repeated(n,
-                      [](int i) { return fmt::format("<pValueIndexed Index=\"{}\">R</pValueIndexed>", i); }) +
-             "</Integer>");
-       }},
-      {"one_name",
-       [](int n) {
-         return description(repeated(n, [](int) { return "<Float Name=\"N\"><pValue>N</pValue></Float>"; }));
-       }},
-      {"shared_unit",
-       [](int n) {
-         return description(everyFeatureLinksTo(n, "<Float Name=\"T\"><Unit>" +
-                                                       std::string(static_cast<std::size_t>(n) * 20, 'u') +
-                                                       "</Unit></Float>"));
-       }},
-      {"long_number",
-       [](int n) {
-         return description(root("N") + "<Integer Name=\"N\"><Max>" +
-                            std::string(static_cast<std::size_t>(n) * 10, '9') + "</Max></Integer>");
-       }},
-      {"attributes",
-       [](int n) {
-         return description("<Integer " + repeated(n, [](int i) { return fmt::format("a{}=\"&lt;\" ", i); }) +
-                            "/>");
-       }},
-      {"comments",
-       [](int n) {
-         return description(root("S") + "<String Name=\"S\"><Value>" +
-                            repeated(n, [](int) { return "a<!-- -->"; }) + "</Value></String>");
-       }},
-      {"entity_bomb",
-       [](int n) {
-         return "<!DOCTYPE x [<!ENTITY a0 \"ha\">" +
-                repeated(n, [](int i) { return fmt::format("<!ENTITY a{} \"&a{};&a{};\">", i + 1, i, i); }) +
-                "]>" +
-                description(root("S") + fmt::format("<String Name=\"S\"><Value>&a{};</Value></String>", n));
-       }},
-      {"smallest_elements", [](int n) { return description(repeated(n, [](int) { return "<a/>"; })); }},
-      {"unclosed", [](int n) { return description(repeated(n, [](int) { return "<Group>"; })); }},
-      {"no_markup", [](int n) { return repeated(n, [](int) { return "< < 1 "; }); }},
-  };
-  return all;
-}
+#define OPEN "<RegisterDescription>"
+#define CLOSE "</RegisterDescription>"
+#define ROOT(feature) OPEN "<Category Name='Root'><pFeature>" feature "</pFeature></Category>"
+inline constexpr HostileDescription kHostileDescriptions[] = {
+    {"nesting", 1, OPEN "<Float Name='F'/>", "<Group>", "", "</Group>"},
+    {"nested_nodes", 100'000, OPEN, "<IntReg Name='N{0}'>", "", "</IntReg>"},
+    {"pvalue_chain", 2, ROOT("N0"), "<Integer Name='N{0}'><pValue>N{1}</pValue></Integer>", "", "",
+     "<Integer Name='N{0}'/>" CLOSE},
+    {"pvalue_circle", 1, ROOT("N0"), "<Integer Name='N{0}'><pValue>N{1}</pValue></Integer>", "", "",
+     "<Integer Name='N{0}'><pValue>N0</pValue></Integer>" CLOSE},
+    {"all_in_circles", 1, OPEN "<Float Name='F'/>",
+     "<Integer Name='N{0}'><pValue>N{1}</pValue><pIsAvailable>N{1}</pIsAvailable></Integer>", "", "",
+     "<Integer Name='N{0}'><pValue>N0</pValue></Integer>" CLOSE},
+    {"condition_chain", 100'000, OPEN, "<Integer Name='N{0}'><pIsAvailable>N{1}</pIsAvailable></Integer>"},
+    {"category_chain", 100'001, ROOT("N0"),
+     "<Category Name='N{0}'><pFeature>N{1}</pFeature><pFeature>Root</pFeature></Category>"},
+    {"entries", 2, ROOT("E") "<Enumeration Name='E'>",
+     "<EnumEntry Name='E{0}'><Value>{0}</Value></EnumEntry>", "", "", "</Enumeration>" CLOSE},
+    {"struct_entries", 100'000, OPEN "<StructReg><Length>4</Length>",
+     "<StructEntry Name='E{0}'><Bit>1</Bit></StructEntry>", "", "", "</StructReg>" CLOSE},
+    {"indexed_values", 2, ROOT("I") "<IntReg Name='R'/><Integer Name='I'><pIndex>R</pIndex>",
+     "<pValueIndexed Index='{0}'>R</pValueIndexed>", "", "", "</Integer>" CLOSE},
+    {"one_name", 1, OPEN "<Float Name='N'/>", "<Float Name='N'><pValue>N</pValue></Float>"},
+    {"shared_unit", 100'001, OPEN "<Float Name='T'><Unit>", "uuuuuuuuuuuuuuuuuuuu", "</Unit></Float>",
+     "<Integer Name='N{0}'><pValue>T</pValue></Integer>"},
+    {"long_number", 2, ROOT("N") "<Integer Name='N'><Max>", "99999", "</Max><Min>", "0.000",
+     "</Min></Integer>" CLOSE},
+    {"attributes", 1, OPEN "<Integer Name='N' ", "a{0}='&lt;' ", "", "", "/>" CLOSE},
+    {"comments", 2, ROOT("S") "<String Name='S'><Value>", "a<!-- -->", "", "", "</Value></String>" CLOSE},
+    {"entity_bomb", 1, "<!DOCTYPE x [<!ENTITY a0 'ha'>", "<!ENTITY a{1} '&a{0};&a{0};'>", "]>", "",
+     OPEN "<String Name='S'><Value>&a{0};</Value></String>" CLOSE},
+    {"smallest_elements", 1, OPEN "<Float Name='F'/>", "<a/>"},
+    {"unclosed", 0, OPEN, "<Group>", "", "", ""},
+    {"no_markup", 0, "", "< < 1 ", "", "", ""},
+};
+#undef OPEN
+#undef CLOSE
+#undef ROOT

@@ -34,9 +34,11 @@ bool hasWideByteOrderMark(std::string_view text) {
          text.starts_with("\0\0\xFE\xFF"sv);
 }
 
-// Some cameras put text or a byte-order mark before the XML declaration.
+// Some cameras put text, a comment or a byte-order mark before the XML declaration, some have no declaration.
 std::size_t startOfMarkup(std::string_view text) {
   if (hasWideByteOrderMark(text)) return 0;
+  const std::size_t declaration = text.find("<?xml ");
+  if (declaration < text.find(kRootElement)) return declaration;
   for (std::size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at + 1)) {
     if (at + 1 < text.size() && startsMarkup(text[at + 1])) return at;
   }

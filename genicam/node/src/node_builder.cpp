@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "node_builder.h"
 
-#include <cstring>
-#include <limits>
 #include <utility>
 
 #include "document.h"
@@ -58,10 +56,9 @@ IntegerNode buildInteger(const Source& source) {
 FloatNode buildFloat(const Source& source) {
   auto node = withHeader<FloatNode>(source);
   const Resolved& resolved = source.resolved();
-  constexpr double kLargest = std::numeric_limits<double>::max();
   node.value = toFloat(source.value().value_or(0.0));
-  node.min = toFloat(resolved.min.value_or(-kLargest));
-  node.max = toFloat(resolved.max.value_or(kLargest));
+  if (resolved.min) node.min = toFloat(*resolved.min);
+  if (resolved.max) node.max = toFloat(*resolved.max);
   node.unit = resolved.unit;
   node.representation = resolved.representation;
   return node;

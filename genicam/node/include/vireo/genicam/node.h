@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <string>
 #include <variant>
@@ -53,8 +54,8 @@ struct IntegerNode : NodeHeader {
 
 struct FloatNode : NodeHeader {
   double value = 0.0;
-  double min = 0.0;
-  double max = 0.0;
+  double min = -std::numeric_limits<double>::max();
+  double max = std::numeric_limits<double>::max();
   std::string unit;
   std::string representation;
 };

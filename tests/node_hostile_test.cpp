@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "support/hostile_descriptions.h"
+#include "vireo/genicam/xml_parser.h"
+
+namespace {
+
+using namespace vireo::genicam;
+
+class Hostile : public testing::TestWithParam<HostileDescription> {};
+
+TEST_P(Hostile, IsReadOrRefused) {
+  const std::string text = GetParam().text(100'000);
+  if (GetParam().nodes == 0) {
+    EXPECT_THROW(XmlParser::parse(text), std::runtime_error);
+  } else {
+    EXPECT_EQ(XmlParser::parse(text).size(), GetParam().nodes);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Hostile, testing::ValuesIn(kHostileDescriptions),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(Hostile, AMillionEntriesKeepTheirIntegers) {
+  const auto* const entries =
+      std::find_if(std::begin(kHostileDescriptions), std::end(kHostileDescriptions),
+                   [](const auto& row) { return std::string("entries") == row.name; });
+  const NodeMap nodes = XmlParser::parse(entries->text(1'000'000));
+  const auto& enumeration = std::get<EnumerationNode>(nodes.at("E"));
+  EXPECT_EQ(enumeration.entries.size(), 1'000'000u);
+  EXPECT_EQ(enumeration.entries.back(), "E999999");
+  EXPECT_EQ(enumeration.entryValues.at("E999999"), 999'999);
+}
+
+TEST(Hostile, NoCutDescriptionIsAccepted) {
+  for (const auto& file : std::filesystem::directory_iterator(VIREO_TEST_DATA)) {
+    if (file.path().extension() != ".xml") continue;
+    std::stringstream whole;
+    whole << std::ifstream(file.path(), std::ios::binary).rdbuf();
+    const std::string text = whole.str();
+    std::size_t end = text.rfind('>');
+    for (std::size_t size = 0; size < end; ++size) {
+      EXPECT_THROW(XmlParser::parse(text.substr(0, size)), std::runtime_error)
+          << file.path() << " cut at " << size;
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#include "camera.h"
+
+#include <fmt/format.h>
+
+#include "local_cameras.h"
+
+namespace vireo::host {
+namespace {
+
+constexpr std::string_view noAnswer = "GenICamAdapter: connection timeout";
+
+std::string addressOf(const CameraOptions& options) {
+  return options.simulate && options.address.empty() ? simulatedCameraAddress : options.address;
+}
+
+Failure noCamera(const CameraOptions& options, std::string_view reason) {
+  const std::string address = addressOf(options);
+  const std::string where = address.empty() ? "no camera found" : fmt::format("no camera at '{}'", address);
+  return Failure(
+      ExitStatus::NoCamera,
+      fmt::format("{} within {} s{}; 'vireo-cam cameras' shows what answers, '--simulate' needs no camera",
+                  where, options.timeoutSeconds, reason));
+}
+
+}  // namespace
+
+Camera::Camera(const CameraOptions& options, bool countFrameFaults)
+    : logger_(options.logLevel), plugin_(options.adapterFile), adapter_(plugin_.MakeAdapter()) {
+  if (options.simulate) EnableSimulatedCamera();
+  if (countFrameFaults) logger_.CountFrameFaults();
+  connect(options);
+}
+
+void Camera::connect(const CameraOptions& options) {
+  adapter_->Initialise({addressOf(options), options.timeoutSeconds});
+  try {
+    catalogue_ = adapter_->Connect();
+  } catch (const std::runtime_error& error) {
+    const std::string_view text = error.what();
+    if (!text.starts_with(noAnswer)) throw;
+    const std::string_view reason = text.substr(noAnswer.size());
+    throw noCamera(options, reason.empty() ? "" : fmt::format(" ({})", reason.substr(2)));
+  }
+}
+
+std::string Camera::ValueOr(const std::string& name, const std::string& otherwise) {
+  if (!catalogue_.contains(name)) return otherwise;
+  try {
+    return adapter_->Read(name).GetValueAsString();
+  } catch (const std::runtime_error&) {
+    return otherwise;
+  }
+}
+
+void Camera::CheckLink() const {
+  const common::CheckResult check = adapter_->CheckConnection();
+  if (check.ok) return;
+  const std::string reason = check.messages.empty() ? "no reason given" : check.messages.front();
+  throw Failure(
+      ExitStatus::LinkLost,
+      fmt::format("the link to the camera is lost ({}): check cable and power, then try again", reason));
+}
+
+ExitStatus WithCamera(const CameraOptions& options, const std::function<ExitStatus(Camera&)>& work) {
+  Camera camera(options);
+  try {
+    return work(camera);
+  } catch (const Failure&) {
+    throw;
+  } catch (const std::runtime_error&) {
+    camera.CheckLink();
+    throw;
+  }
+}
+
+}  // namespace vireo::host

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "command_line.h"
+#include "host_logger.h"
+#include "plugin.h"
+#include "vireo/common/adapter_base.h"
+
+namespace vireo::host {
+
+/// A connected camera and everything behind it. Closes the connection when it ends.
+class Camera {
+ public:
+  /// Throws Failure: NoCamera when none answers within the time-out.
+  explicit Camera(const CameraOptions& options, bool countFrameFaults = false);
+
+  common::AdapterBase& Adapter() { return *adapter_; }
+  const HostLogger& Log() const { return logger_; }
+
+  /// Every value parameter by name, as it was when the connection was made.
+  const std::map<std::string, common::Parameter>& Catalogue() const { return catalogue_; }
+
+  /// Current value as text; `otherwise` when the camera has no such parameter or cannot read it.
+  std::string ValueOr(const std::string& name, const std::string& otherwise);
+
+  /// Throws Failure with LinkLost when the connection is not usable.
+  void CheckLink() const;
+
+ private:
+  void connect(const CameraOptions& options);
+
+  HostLogger logger_;
+  Plugin plugin_;
+  Plugin::AdapterHandle adapter_;
+  std::map<std::string, common::Parameter> catalogue_;
+};
+
+/// Opens the camera and runs `work` with it. A failure of the work is reported as a lost link when the link
+/// turns out to be lost.
+ExitStatus WithCamera(const CameraOptions& options, const std::function<ExitStatus(Camera&)>& work);
+
+}  // namespace vireo::host

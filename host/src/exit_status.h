@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace vireo::host {
+
+/// What the process tells its caller.
+enum class ExitStatus : int { Done = 0, Failed = 1, WrongUsage = 2, NoCamera = 3, LinkLost = 4 };
+
+/// Ends a command. The text is one line that names the thing and says what to do.
+class Failure : public std::runtime_error {
+ public:
+  Failure(ExitStatus exitStatus, const std::string& text) : std::runtime_error(text), status(exitStatus) {}
+
+  ExitStatus status;
+};
+
+}  // namespace vireo::host

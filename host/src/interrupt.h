@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+namespace vireo::host {
+
+/// Turns Ctrl-C and a termination request into a question that loops ask. A second Ctrl-C ends the process at
+/// once.
+void CatchInterrupts();
+
+bool Interrupted() noexcept;
+
+/// Blocks until `Interrupted`.
+void WaitForInterrupt();
+
+}  // namespace vireo::host

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <exception>
+#include <string>
+
+#include "commands/commands.h"
+
+namespace {
+
+using vireo::host::CommandLine;
+using vireo::host::ExitStatus;
+
+int endWith(ExitStatus status, std::string text) {
+  std::replace(text.begin(), text.end(), '\n', ' ');  // one line an error
+  fmt::print(stderr, "vireo-cam: {}\n", text);
+  return static_cast<int>(status);
+}
+
+void addCommands(CommandLine& line) {
+  vireo::host::AddDiscoveryCommands(line);
+  vireo::host::AddListCommands(line);
+  vireo::host::AddParameterCommands(line);
+  vireo::host::AddGrabCommand(line);
+  vireo::host::AddSimulateCommand(line);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CommandLine line;
+  try {
+    addCommands(line);
+    line.app.parse(argc, argv);
+    return static_cast<int>(line.action());
+  } catch (const CLI::Success& request) {  // --help, --version
+    return line.app.exit(request);
+  } catch (const CLI::ParseError& error) {
+    const auto chosen = line.app.get_subcommands();
+    const std::string command = chosen.empty() ? "" : " " + chosen.front()->get_name();
+    return endWith(ExitStatus::WrongUsage,
+                   fmt::format("{}: see 'vireo-cam{} --help'", error.what(), command));
+  } catch (const vireo::host::Failure& failure) {
+    return endWith(failure.status, failure.what());
+  } catch (const std::exception& error) {
+    return endWith(ExitStatus::Failed, error.what());
+  }
+}

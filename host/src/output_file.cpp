@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+#include "output_file.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+#include "exit_status.h"
+
+namespace vireo::host {
+namespace {
+
+Failure fileFailure(const std::filesystem::path& path, const char* action, int error) {
+  const char* const advice =
+      error == ENOSPC || error == EDQUOT ? "; make room or choose another directory" : "";
+  return Failure(ExitStatus::Failed, fmt::format("cannot {} {}: {}{}", action, path.string(),
+                                                 std::generic_category().message(error), advice));
+}
+
+}  // namespace
+
+void RefuseExisting(const std::filesystem::path& path, bool overwrite) {
+  std::error_code ignored;
+  if (overwrite || !std::filesystem::exists(path, ignored)) return;
+  throw Failure(ExitStatus::Failed,
+                fmt::format("{} exists: choose another name, or overwrite it with --force", path.string()));
+}
+
+OutputFile::OutputFile(const std::filesystem::path& path, bool overwrite)
+    : path_(path), partPath_(path.string() + ".part"), overwrite_(overwrite) {
+  RefuseExisting(path, overwrite);
+  descriptor_ = ::open(partPath_.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (descriptor_ < 0) fail(errno);
+}
+
+OutputFile::~OutputFile() {
+  if (descriptor_ < 0) return;
+  ::close(descriptor_);
+  ::unlink(partPath_.c_str());
+}
+
+void OutputFile::Write(std::span<const unsigned char> bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(descriptor_, bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) fail(errno);
+    bytes = bytes.subspan(static_cast<std::size_t>(written));
+  }
+}
+
+void OutputFile::Write(std::string_view text) {
+  Write(std::span(reinterpret_cast<const unsigned char*>(text.data()), text.size()));
+}
+
+void OutputFile::Reserve(std::size_t bytes) {
+  const off_t end = ::lseek(descriptor_, 0, SEEK_END);
+  if (::fallocate(descriptor_, FALLOC_FL_KEEP_SIZE, end, static_cast<off_t>(bytes)) == 0) return;
+  if (errno != EOPNOTSUPP) fail(errno);
+}
+
+void OutputFile::Commit() {
+  // A file system may report a failed write as late as here.
+  const int descriptor = descriptor_;
+  descriptor_ = -1;
+  int error = ::close(descriptor) == 0 ? 0 : errno;
+  if (error == 0) {
+    const unsigned flags = overwrite_ ? 0 : RENAME_NOREPLACE;
+    error = ::renameat2(AT_FDCWD, partPath_.c_str(), AT_FDCWD, path_.c_str(), flags) == 0 ? 0 : errno;
+  }
+  if (error == EINVAL) error = ::rename(partPath_.c_str(), path_.c_str()) == 0 ? 0 : errno;
+  if (error == 0) return;
+  ::unlink(partPath_.c_str());
+  fail(error);
+}
+
+void OutputFile::fail(int error) const {
+  throw fileFailure(path_, "write", error);
+}
+
+std::string ReadFile(const std::filesystem::path& path) {
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error)) throw fileFailure(path, "read", EISDIR);
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw fileFailure(path, "read", errno);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+}  // namespace vireo::host

@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: MIT
+#include "text_table.h"
+
+#include <fmt/format.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <numeric>
+#include <system_error>
+
+#include "exit_status.h"
+
+namespace vireo::host {
+namespace {
+
+constexpr std::string_view gap = "  ";
+constexpr std::size_t narrowest = 8;  // characters that a cut column keeps
+
+bool startsCharacter(char c) {
+  return (static_cast<unsigned char>(c) & 0xc0) != 0x80;  // not a UTF-8 continuation byte
+}
+
+std::size_t characters(std::string_view text) {
+  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), startsCharacter));
+}
+
+std::string cut(const std::string& text, std::size_t width) {
+  if (characters(text) <= width) return text;
+  std::size_t bytes = 0;
+  for (std::size_t count = 0; bytes < text.size(); ++bytes) {
+    if (startsCharacter(text[bytes]) && count++ == width - 1) break;
+  }
+  return text.substr(0, bytes) + "…";
+}
+
+std::string oneLine(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
+  return text;
+}
+
+std::string line(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths) {
+  std::string text;
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    const std::string cell = cut(oneLine(cells[i]), widths[i]);
+    text += cell;
+    text.append(widths[i] - characters(cell) + gap.size(), ' ');
+  }
+  text.erase(text.find_last_not_of(' ') + 1);
+  return text + '\n';
+}
+
+std::string csvLine(const std::vector<std::string>& cells) {
+  std::string text;
+  for (const std::string& cell : cells) {
+    if (&cell != &cells.front()) text += ',';
+    text += CsvCell(cell);
+  }
+  return text + "\r\n";
+}
+
+}  // namespace
+
+std::vector<std::size_t> TextTable::columnWidths(std::size_t width) const {
+  std::vector<std::size_t> widths;
+  for (const std::string& title : header_) widths.push_back(characters(title));
+  for (const auto& row : rows_) {
+    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], characters(row[i]));
+  }
+  const std::size_t gaps = (widths.size() - 1) * gap.size();
+  while (width != 0 && std::accumulate(widths.begin(), widths.end(), gaps) > width) {
+    const auto widest = std::max_element(widths.begin(), widths.end());
+    if (*widest <= narrowest) break;
+    --*widest;
+  }
+  return widths;
+}
+
+std::string TextTable::Text(std::size_t width) const {
+  const std::vector<std::size_t> widths = columnWidths(width);
+  std::string text = line(header_, widths);
+  for (const auto& row : rows_) text += line(row, widths);
+  return text;
+}
+
+std::string TextTable::Csv() const {
+  std::string text = csvLine(header_);
+  for (const auto& row : rows_) text += csvLine(row);
+  return text;
+}
+
+std::size_t OutputWidth() {
+  if (const char* const columns = std::getenv("COLUMNS")) {
+    std::size_t width = 0;
+    std::from_chars(columns, columns + std::strlen(columns), width);
+    if (width > 0) return width;
+  }
+  winsize size{};
+  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+std::string CsvCell(std::string_view text) {
+  if (text.find_first_of(",\"\r\n") == std::string_view::npos) return std::string(text);
+  std::string quoted = "\"";
+  for (const char c : text) {
+    if (c == '"') quoted += '"';
+    quoted += c;
+  }
+  return quoted + '"';
+}
+
+void Print(std::string_view text) {
+  if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return;
+  throw Failure(ExitStatus::Failed,
+                fmt::format("cannot write standard output: {}", std::generic_category().message(errno)));
+}
+
+}  // namespace vireo::host

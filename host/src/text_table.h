@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vireo::host {
+
+/// Rows of text in aligned columns.
+class TextTable {
+ public:
+  explicit TextTable(std::vector<std::string> header) : header_(std::move(header)) {}
+
+  void AddRow(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
+  bool Empty() const { return rows_.empty(); }
+
+  /// The table in at most `width` characters a line: the widest columns are cut. 0: no limit.
+  std::string Text(std::size_t width) const;
+  /// The same as comma-separated values (RFC 4180), nothing cut.
+  std::string Csv() const;
+
+ private:
+  std::vector<std::size_t> columnWidths(std::size_t width) const;
+
+  std::vector<std::string> header_;
+  std::vector<std::vector<std::string>> rows_;
+};
+
+/// Characters of a line on standard output: the terminal's, or COLUMNS where that is set; 0 when it is no
+/// terminal.
+std::size_t OutputWidth();
+
+/// A cell of comma-separated values, quoted where it must be.
+std::string CsvCell(std::string_view text);
+
+/// Writes to standard output. Throws Failure when that does not take it (a full disk).
+void Print(std::string_view text);
+
+}  // namespace vireo::host

@@ -61,6 +61,7 @@ bool AravisScript::intercept(const std::string& call, GError** error) {
   std::function<void()> action;
   {
     const std::lock_guard lock(mutex_);
+    if (failingPlace_ && failingPlace_->first == calls_.size()) failures_[call] = {failingPlace_->second};
     calls_.push_back(call);
     if (const auto found = actions_.find(call); found != actions_.end()) {
       action = std::move(found->second);

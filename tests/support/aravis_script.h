@@ -9,6 +9,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// While it lives, every Aravis call that the adapter makes passes through here: it is written down, and
@@ -21,6 +22,8 @@ class AravisScript {
 
   /// The next `times` such calls report an error of this text; an empty text fails without an error.
   void fail(const std::string& call, const std::string& text = "scripted", int times = 1);
+  /// The call number `index` since the calls were last taken reports an error of this text.
+  void failAt(std::size_t index, const std::string& text) { failingPlace_ = {index, text}; }
   /// Every such call answers this number instead of asking the camera.
   void answer(const std::string& call, double number) { numbers_[call] = number; }
   /// The camera's description instead of its own; an empty one is no description at all.
@@ -43,6 +46,7 @@ class AravisScript {
  private:
   mutable std::mutex mutex_;
   std::vector<std::string> calls_;
+  std::optional<std::pair<std::size_t, std::string>> failingPlace_;
   std::map<std::string, std::deque<std::string>> failures_;
   std::map<std::string, double> numbers_;
   std::map<std::string, std::function<void()>> actions_;

@@ -3,7 +3,7 @@
 
 function(vireo_import_framework_library target file)
   find_library(${target}_LIBRARY NAMES ${file} PATHS "${VIREO_FRAMEWORK_DIR}" PATH_SUFFIXES
-               "${CMAKE_INSTALL_LIBDIR}" lib NO_DEFAULT_PATH REQUIRED)
+               "${CMAKE_INSTALL_LIBDIR}" "lib/${CMAKE_LIBRARY_ARCHITECTURE}" lib NO_DEFAULT_PATH REQUIRED)
   add_library(${target} SHARED IMPORTED)
   set_target_properties(${target} PROPERTIES IMPORTED_LOCATION "${${target}_LIBRARY}"
                         INTERFACE_INCLUDE_DIRECTORIES "${VIREO_FRAMEWORK_DIR}/include")

@@ -1,0 +1,244 @@
+// SPDX-License-Identifier: MIT
+// Host threads at once on one adapter, two cameras at once, records of several threads. Made for
+// ThreadSanitizer; the network camera is on the loopback address.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <fstream>
+#include <random>
+#include <regex>
+#include <thread>
+
+#include "support/network_camera.h"
+#include "support/recording_logger.h"
+#include "support/rounds.h"
+#include "support/simulated_camera.h"
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+using vireo::common::AdapterBase;
+using vireo::common::FrameInfo;
+
+namespace {
+
+/// Receives as fast as it can until it is destroyed; counts frames, and the longest call.
+class ReceiveLoop {
+ public:
+  explicit ReceiveLoop(AdapterBase& adapter) : thread_([this, &adapter] { run(adapter); }) {}
+  ~ReceiveLoop() { end(); }
+  void end() {
+    stop_ = true;
+    if (thread_.joinable()) thread_.join();
+  }
+  long frames() const { return frames_; }
+  /// Returns when `more` frames have come, or after ten seconds.
+  bool waitFor(long more) const {
+    const long wanted = frames_ + more;
+    for (int i = 0; i < 1000 && frames_ < wanted; ++i) std::this_thread::sleep_for(milliseconds(10));
+    return frames_ >= wanted;
+  }
+
+ private:
+  void run(AdapterBase& adapter) {
+    std::vector<std::uint8_t> memory(1 << 20);
+    FrameInfo info;
+    while (!stop_) {
+      const int got = receive(adapter, memory, info, 1, 1);
+      frames_ += got;
+      if (got == 0) std::this_thread::yield();
+    }
+  }
+  std::atomic<bool> stop_{false};
+  std::atomic<long> frames_{0};
+  std::thread thread_;
+};
+
+/// Asks for the state until it is destroyed.
+class StatePoll {
+ public:
+  explicit StatePoll(const AdapterBase& adapter)
+      : thread_([this, &adapter] {
+          while (!stop_) {
+            const auto state = adapter.GetAcquisitionState();
+            if (state.framesRemaining.value_or(0) < 0 || state.frameRate < 0.0) ++nonsense_;
+            std::this_thread::sleep_for(milliseconds(1));
+          }
+        }) {}
+  ~StatePoll() {
+    stop_ = true;
+    thread_.join();
+    EXPECT_EQ(nonsense_, 0);
+  }
+
+ private:
+  std::atomic<bool> stop_{false};
+  std::atomic<int> nonsense_{0};
+  std::thread thread_;
+};
+
+/// One host thread that connects, starts, stops and disconnects at random.
+class Controller {
+ public:
+  Controller(AdapterBase& adapter, unsigned seed) : adapter_(adapter), random_(seed) {}
+
+  void round() {
+    switch (random_() % 8) {
+      case 0:
+        return adapter_.Disconnect();
+      case 1:
+        adapter_.Connect();
+        return;
+      case 2:
+      case 3:
+        return start({});
+      case 4:
+        return start(static_cast<long>(1 + random_() % 3));
+      case 5:
+        std::this_thread::sleep_for(milliseconds(random_() % 20));
+        return;
+      default:
+        return stop();
+    }
+  }
+  milliseconds longestStop() const { return longestStop_; }
+  int starts() const { return starts_; }
+
+ private:
+  void start(std::optional<long> frames) {
+    const std::string error = errorOf([&] { adapter_.StartAcquisition(frames); });
+    if (error == "nothing thrown") {
+      ++starts_;
+    } else {
+      EXPECT_EQ(error, "GenICamAdapter: not connected");
+    }
+  }
+  void stop() {
+    const auto begun = steady_clock::now();
+    adapter_.StopAcquisition();
+    longestStop_ =
+        std::max(longestStop_, std::chrono::duration_cast<milliseconds>(steady_clock::now() - begun));
+  }
+
+  AdapterBase& adapter_;
+  std::mt19937 random_;
+  milliseconds longestStop_{0};
+  int starts_ = 0;
+};
+
+class HostThreads : public testing::TestWithParam<const char*> {
+ protected:
+  void SetUp() override {
+    if (std::string(GetParam()) == NetworkCamera::address) network.emplace();
+    useCamera(GetParam());
+    adapter.Connect();
+    adapter.Write(makeParameter("AcquisitionFrameRate", 200.0));
+  }
+
+  std::optional<NetworkCamera> network;
+  OpenAdapter adapter{GetParam()};
+};
+
+}  // namespace
+
+TEST_P(HostThreads, StartStopConnectAndDisconnectUnderAReceiveLoop) {
+  Controller controller(adapter, 1);
+  {
+    const StatePoll poll(adapter);
+    const ReceiveLoop loop(adapter);
+    for (int round = 0; round < rounds(200, 2000); ++round) controller.round();
+    adapter.Connect();
+    adapter.StartAcquisition({});
+    EXPECT_TRUE(loop.waitFor(3));
+  }
+  EXPECT_GT(controller.starts(), 0);
+  EXPECT_LT(controller.longestStop(), milliseconds(300));
+  RecordProperty("longest_stop_ms", static_cast<int>(controller.longestStop().count()));
+}
+
+TEST_P(HostThreads, TwoControllersTakeTurns) {
+  Controller one(adapter, 2);
+  Controller two(adapter, 3);
+  {
+    const StatePoll poll(adapter);
+    const ReceiveLoop loop(adapter);
+    const auto control = [](Controller& controller) {
+      for (int round = 0; round < rounds(100, 1000); ++round) controller.round();
+    };
+    std::thread other(control, std::ref(two));
+    control(one);
+    other.join();
+  }
+  EXPECT_GT(one.starts() + two.starts(), 0);
+}
+
+TEST_P(HostThreads, FeaturesAreReadAndWrittenWhileFramesComeAndRunsEndThemselves) {
+  const ReceiveLoop loop(adapter);
+  for (int round = 0; round < rounds(30, 300); ++round) {
+    adapter.StartAcquisition(round % 3 == 0 ? std::optional<long>() : 1 + round % 2);
+    adapter.Write(makeParameter("ExposureTime", 100.0 + round));
+    EXPECT_EQ(adapter.Read("ExposureTime").GetValue<float>(), 100.0F + static_cast<float>(round));
+    EXPECT_FALSE(adapter.Scan().empty());
+    adapter.StopAcquisition();
+  }
+  adapter.StartAcquisition({});
+  EXPECT_TRUE(loop.waitFor(3));
+}
+
+INSTANTIATE_TEST_SUITE_P(On, HostThreads, testing::Values("Fake_1", NetworkCamera::address),
+                         [](const auto& row) { return row.param[0] == 'F' ? "InProcess" : "Network"; });
+
+TEST(TwoCameras, DeliverToTwoAdaptersAtTheSameTime) {
+  NetworkCamera camera;
+  OpenAdapter one("Fake_1");
+  useCamera("Fake_1");
+  one.Connect();
+  OpenAdapter two(NetworkCamera::address);
+  useCamera(NetworkCamera::address);
+  two.Connect();
+  one.Write(makeParameter("Width", 64));
+  two.Write(makeParameter("Width", 128));
+  one.StartAcquisition({});
+  two.StartAcquisition({});
+  {
+    const ReceiveLoop first(one);
+    const ReceiveLoop second(two);
+    EXPECT_TRUE(first.waitFor(20));
+    EXPECT_TRUE(second.waitFor(20));
+    one.StopAcquisition();
+    EXPECT_TRUE(second.waitFor(5));
+  }
+  EXPECT_EQ(one.Read("Width").GetValue<int>(), 64);
+  EXPECT_EQ(two.Read("Width").GetValue<int>(), 128);
+  one.Write(makeParameter("Width", 512));
+}
+
+TEST(Records, OfSeveralThreadsStayWholeLinesOnStandardError) {
+  char file[] = "/tmp/vireo_records_XXXXXX";
+  const int target = mkstemp(file);
+  ASSERT_GE(target, 0);
+  const int standardError = dup(STDERR_FILENO);
+  dup2(target, STDERR_FILENO);
+  std::vector<std::thread> threads;
+  for (char name = 'a'; name < 'e'; ++name) {
+    threads.emplace_back([name] {
+      const std::string text(200, name);
+      for (int i = 0; i < 500; ++i) BRIO_LOG_WARNING("{}", text);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  dup2(standardError, STDERR_FILENO);
+  close(standardError);
+  close(target);
+
+  const std::regex whole(
+      R"(\d{4}-\d\d-\d\dT\d\d:\d\d:[0-9.]+:\.\./.*host_threads_test\.cpp:\d+:operator\(\):.*: (a{200}|b{200}|c{200}|d{200}))");
+  std::ifstream lines(file);
+  int count = 0;
+  for (std::string line; std::getline(lines, line); ++count)
+    EXPECT_TRUE(std::regex_match(line, whole)) << line;
+  EXPECT_EQ(count, 2000);
+  unlink(file);
+}

@@ -1,0 +1,164 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Runs the benchmarks and writes their figures, each beside its yardstick, as a Markdown page.
+
+usage: run.py BIN_DIR PAGE [REPETITIONS]
+"""
+
+import json
+import platform
+import statistics
+import subprocess
+import sys
+import tempfile
+from datetime import date
+
+PROGRAMS = ["log_bench", "receive_bench", "loopback_bench", "parse_bench", "feature_bench", "memory_bench"]
+
+# name prefix: (what must hold, what is aimed at)
+LIMITS = {
+    "log site below threshold": ("3 ns", "1 ns"),
+    "trace scope off": ("10 ns", "5 ns"),
+    "record composed": ("3 times", "1.5 times"),
+    "receive from memory": ("1.05 times, 1 us more", "1.01 times, 300 ns more"),
+    "receive over loopback": ("0.98 times the frames, 1.05 times the processor", "equal"),
+    "parse": ("1/5 of the time", "1/10"),
+    "connect": ("1.05 times", "1.02 times"),
+    "scan": ("1.05 times", "1.02 times"),
+    "read": ("1 us more", "300 ns more"),
+    "write": ("1 us more", "300 ns more"),
+}
+
+
+def run(program, repetitions):
+    """All repetitions of every benchmark of a program: {name: [result, ...]}."""
+    with tempfile.NamedTemporaryFile(suffix=".json") as out:
+        command = [program, f"--benchmark_repetitions={repetitions}", "--benchmark_out_format=json",
+                   "--benchmark_enable_random_interleaving=true", f"--benchmark_out={out.name}"]
+        subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+        with open(out.name) as results:
+            text = results.read()
+    found = {}
+    for result in json.loads(text)["benchmarks"]:
+        if result["run_type"] == "iteration" and not result.get("error_occurred"):
+            found.setdefault(result["run_name"], []).append(result)
+    return found
+
+
+def median(results, key):
+    return statistics.median(result[key] for result in results)
+
+
+def nanoseconds(results):
+    """Median wall time of one iteration."""
+    factor = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}[results[0]["time_unit"]]
+    return median(results, "real_time") * factor
+
+
+def shown(time):
+    for unit, size in (("s", 1e9), ("ms", 1e6), ("us", 1e3)):
+        if time >= size:
+            return f"{time / size:.3g} {unit}"
+    return f"{time:.3g} ns"
+
+
+def yardstick_of(name):
+    if name.startswith("parse/"):
+        return name.replace("parse/", "arv_gc_new/", 1)
+    return name.replace("/ours", "/yardstick") if "/ours" in name else None
+
+
+def tidy(name):
+    for part in ("/ours", "/real_time", "/manual_time", "/iterations:1"):
+        name = name.replace(part, "")
+    return name.replace("/", " ")
+
+
+def limits(name):
+    for prefix, pair in LIMITS.items():
+        if name.startswith(prefix):
+            return pair
+    return ("", "")
+
+
+def paired_rows(results):
+    yield "| what | ours | yardstick | ratio | more | must | aim |"
+    yield "| --- | --- | --- | --- | --- | --- | --- |"
+    for name, ours in results.items():
+        other = results.get(yardstick_of(name))
+        if other is None:
+            continue
+        must, aim = limits(name)
+        if "frames_per_second" in ours[0]:
+            for key, label in (("frames_per_second", "frames a second"), ("lost", "frames lost"),
+                               ("processor_us_per_frame", "processor us a frame")):
+                a, b = median(ours, key), median(other, key)
+                ratio = f"{a / b:.3f}" if b else ""
+                yield f"| {tidy(name)}: {label} | {a:.4g} | {b:.4g} | {ratio} | | {must} | {aim} |"
+            continue
+        a, b = nanoseconds(ours), nanoseconds(other)
+        more = shown(a - b) if a >= b else "-" + shown(b - a)
+        yield f"| {tidy(name)} | {shown(a)} | {shown(b)} | {a / b:.3f} | {more} | {must} | {aim} |"
+
+
+def single_rows(results):
+    yield "| what | time | other figures |"
+    yield "| --- | --- | --- |"
+    standard = {"real_time", "cpu_time", "iterations", "threads", "repetitions", "repetition_index",
+                "family_index", "per_family_instance_index", "bytes_per_second"}
+    for name, ours in results.items():
+        if yardstick_of(name) in results or name in map(yardstick_of, results):
+            continue
+        counters = [key for key, value in ours[0].items() if isinstance(value, float) and key not in standard]
+        figures = ", ".join(f"{key.replace('_', ' ')} {median(ours, key):.3g}" for key in counters)
+        yield f"| {tidy(name)} | {shown(nanoseconds(ours))} | {figures} |"
+
+
+def counters_of(results, key):
+    return [f"{tidy(name)} {median(ours, key):.3g}" for name, ours in results.items() if key in ours[0]]
+
+
+def processor():
+    with open("/proc/cpuinfo") as info:
+        for line in info:
+            if line.startswith("model name"):
+                return line.split(":", 1)[1].strip()
+    return platform.machine()
+
+
+def main():
+    binaries, page = sys.argv[1], sys.argv[2]
+    repetitions = int(sys.argv[3]) if len(sys.argv) > 3 else 9
+    results = {}
+    for program in PROGRAMS:
+        print(f"running {program}", flush=True)
+        results.update(run(f"{binaries}/{program}", repetitions))
+    cores = subprocess.run(["nproc"], capture_output=True, text=True, check=True).stdout.strip()
+    lines = [
+        "# Performance", "",
+        f"`./dev bench` on {date.today()}: {processor()}, {cores} cores, {platform.system()} "
+        f"{platform.release()}. Medians of {repetitions} repetitions in random order, subject and yardstick "
+        "interleaved in one run; wall time.", "",
+        "## Beside their yardsticks", "",
+        "The yardstick of logging is an empty loop, or `fmt::format` of the same text; of receiving, reading, "
+        "writing, scanning and connecting, the same Aravis calls in a bare loop; of parsing, `arv_gc_new` on the "
+        "same description.", "",
+        *paired_rows(results), "",
+        "Allocations a delivered frame: " + ", ".join(counters_of(results, "allocations")) + ".", "",
+        "## Measured alone", "",
+        *single_rows(results), "",
+    ]
+    notes = f"{page}.notes"
+    try:
+        with open(notes) as extra:
+            lines.append(extra.read())
+    except FileNotFoundError:
+        pass
+    with open(page, "w") as out:
+        out.write("\n".join(lines))
+    print("\n".join(lines))
+    print(f"wrote {page}")
+
+
+if __name__ == "__main__":
+    main()

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <functional>
 #include <utility>
 
@@ -51,16 +50,18 @@ std::optional<ElementKind> kindOf(std::string_view element) {
 }
 
 // An enumeration's entries have names of their own, an Extension is its maker's business: no nodes in either.
-bool holdsNodes(pugi::xml_node element) {
-  return element.first_child() && std::strcmp(element.name(), "EnumEntry") != 0 &&
-         std::strcmp(element.name(), "Extension") != 0;
+bool mayHoldNodes(std::string_view element) {
+  return element != "EnumEntry" && element != "Extension";
 }
 
 // The element after `element` in document order, below `root`; not into what holds no nodes.
 pugi::xml_node following(pugi::xml_node element, pugi::xml_node root) {
-  if (holdsNodes(element)) return element.first_child();
-  while (element != root && !element.next_sibling()) element = element.parent();
-  return element == root ? pugi::xml_node() : element.next_sibling();
+  const pugi::xml_node child = element.first_child();
+  if (child && mayHoldNodes(element.name())) return child;
+  for (; element != root; element = element.parent()) {
+    if (const pugi::xml_node next = element.next_sibling()) return next;
+  }
+  return {};
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "support/network_camera.h"
+#include "support/receive_loop.h"
 #include "support/recording_logger.h"
 #include "support/rounds.h"
 #include "support/simulated_camera.h"
@@ -20,41 +21,8 @@
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 using vireo::common::AdapterBase;
-using vireo::common::FrameInfo;
 
 namespace {
-
-/// Receives as fast as it can until it is destroyed; counts frames, and the longest call.
-class ReceiveLoop {
- public:
-  explicit ReceiveLoop(AdapterBase& adapter) : thread_([this, &adapter] { run(adapter); }) {}
-  ~ReceiveLoop() { end(); }
-  void end() {
-    stop_ = true;
-    if (thread_.joinable()) thread_.join();
-  }
-  long frames() const { return frames_; }
-  /// Returns when `more` frames have come, or after ten seconds.
-  bool waitFor(long more) const {
-    const long wanted = frames_ + more;
-    for (int i = 0; i < 1000 && frames_ < wanted; ++i) std::this_thread::sleep_for(milliseconds(10));
-    return frames_ >= wanted;
-  }
-
- private:
-  void run(AdapterBase& adapter) {
-    std::vector<std::uint8_t> memory(1 << 20);
-    FrameInfo info;
-    while (!stop_) {
-      const int got = receive(adapter, memory, info, 1, 1);
-      frames_ += got;
-      if (got == 0) std::this_thread::yield();
-    }
-  }
-  std::atomic<bool> stop_{false};
-  std::atomic<long> frames_{0};
-  std::thread thread_;
-};
 
 /// Asks for the state until it is destroyed.
 class StatePoll {

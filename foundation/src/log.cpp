@@ -42,7 +42,7 @@ std::string compose(const SourceSite& site, fmt::string_view format, fmt::format
   fmt::memory_buffer record;
   appendPrefix(record, site);
   fmt::vformat_to(fmt::appender(record), format, args);
-  return fmt::to_string(record);
+  return {record.data(), record.size()};
 }
 
 }  // namespace
@@ -66,7 +66,7 @@ std::string ComposeRecord(const SourceSite& site, fmt::string_view message) {
   fmt::memory_buffer record;
   appendPrefix(record, site);
   record.append(message);
-  return fmt::to_string(record);
+  return {record.data(), record.size()};
 }
 
 void ScopedTracer::Write(const std::string& record) {

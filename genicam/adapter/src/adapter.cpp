@@ -21,7 +21,6 @@
 
 namespace vireo::genicam {
 
-using vireo::common::DataType;
 using vireo::common::ParameterMetadata;
 using vireo::common::TimeNow;
 

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <fmt/core.h>
-
 #include <cstdint>
 #include <string>
 
 #include "brio/fnd/export.h"
+#include "brio/fnd/fmt.h"
 #include "brio/fnd/scoped_tracer.h"
 
 namespace brio::fnd {

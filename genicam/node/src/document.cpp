@@ -46,19 +46,21 @@ std::size_t startOfMarkup(std::string_view text) {
   fail(fmt::format("not XML: no markup in {} bytes", text.size()));
 }
 
-// The length of the UTF-8 sequence that `text` begins with; 0 for none. Overlong forms count as sequences.
+// The length of the UTF-8 sequence that `text` begins with; 0 for none, an overlong one or a surrogate.
 std::size_t sequenceLength(std::string_view text) {
-  const auto lead = static_cast<unsigned char>(text[0]);
-  const std::size_t length = lead < 0x80   ? 1
-                             : lead < 0xC2 ? 0
-                             : lead < 0xE0 ? 2
-                             : lead < 0xF0 ? 3
-                             : lead < 0xF5 ? 4
-                                           : 0;
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned lead = byte(0);
+  const std::size_t length = lead < 0x80                   ? 1
+                             : lead >= 0xC2 && lead < 0xE0 ? 2
+                             : lead >= 0xE0 && lead < 0xF0 ? 3
+                             : lead >= 0xF0 && lead < 0xF5 ? 4
+                                                           : 0;
   if (length > text.size()) return 0;
   for (std::size_t i = 1; i < length; ++i) {
-    if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) return 0;
+    if ((byte(i) & 0xC0) != 0x80) return 0;
   }
+  if ((lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xED && byte(1) > 0x9F)) return 0;
+  if ((lead == 0xF0 && byte(1) < 0x90) || (lead == 0xF4 && byte(1) > 0x8F)) return 0;
   return length;
 }
 

@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: MIT
+// soak [MINUTES]: connects, scans, writes, acquires, stops and disconnects in a loop, on the in-process
+// camera and on a GigE Vision camera on the loopback address, with packet loss switched on and off. Ends with
+// status 1 when memory, threads or descriptors grow, or when an operation fails.
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <sstream>
+
+#include "support/network_camera.h"
+#include "support/process_use.h"
+#include "support/simulated_camera.h"
+
+namespace {
+
+using std::chrono::duration;
+using std::chrono::steady_clock;
+
+constexpr int framesPerCycle = 25;
+constexpr std::ptrdiff_t allowedHeapGrowth = 512 * 1024;
+constexpr std::ptrdiff_t allowedResidentGrowth = 4 * 1024 * 1024;
+
+/// Counts the records of frames that came incomplete, and keeps nothing.
+class LossCounter final : public brio::fnd::Logger {
+ public:
+  LossCounter() {
+    threshold = brio::fnd::loglevel::Debug;
+    brio::fnd::SetLogger(this);
+  }
+  ~LossCounter() override { brio::fnd::SetLogger(nullptr); }
+  void Record(std::int32_t, const std::string& text) override {
+    if (text.find("recycling") != std::string::npos) ++lost;
+  }
+  void Record(const std::string&) override {}
+  std::atomic<long> lost{0};
+};
+
+class Soak {
+ public:
+  void cycle() {
+    const bool losing = cycles_ % 2 == 1;
+    network_.losePackets(losing ? 0.01 : 0.0);
+    grab(NetworkCamera::address, losing);
+    grab("Fake_1", false);
+    ++cycles_;
+  }
+  void print(double minutes) const {
+    std::printf("%7.2f min %7ld cycles %9ld frames %7ld lost  ", minutes, cycles_, frames_,
+                loss_.lost.load());
+    std::cout << ProcessUse::now() << std::endl;
+  }
+
+ private:
+  void grab(const char* address, bool losing) {
+    OpenAdapter adapter(address, 2.0);
+    useCamera(address);
+    adapter.Connect();
+    adapter.Write({makeParameter("Width", 256), makeParameter("Height", 128), makeParameter("Gain", 1.0),
+                   makeParameter("AcquisitionFrameRate", 100.0)});
+    if (adapter.Scan().empty()) throw std::runtime_error("an empty scan");
+    adapter.StartAcquisition({});
+    const int got = receive(adapter, memory_, info_, framesPerCycle, 4 * framesPerCycle);
+    if (!losing && got < framesPerCycle) {
+      throw std::runtime_error("only " + std::to_string(got) + " frames from " + address);
+    }
+    frames_ += got;
+    adapter.StopAcquisition();
+    adapter.Disconnect();
+  }
+
+  LossCounter loss_;
+  NetworkCamera network_;
+  std::vector<std::uint8_t> memory_ = std::vector<std::uint8_t>(1 << 20);
+  vireo::common::FrameInfo info_;
+  long cycles_ = 0;
+  long frames_ = 0;
+};
+
+bool grown(const char* what, std::ptrdiff_t before, std::ptrdiff_t after, std::ptrdiff_t allowed) {
+  if (after <= before + allowed) return false;
+  std::cerr << "soak: " << what << " grew from " << before << " to " << after << '\n';
+  return true;
+}
+
+int run(double minutes) {
+  const auto begun = steady_clock::now();
+  const auto elapsed = [&] { return duration<double, std::ratio<60>>(steady_clock::now() - begun).count(); };
+  const double interval = std::min(1.0, minutes / 10.0);
+  Soak soak;
+  while (elapsed() < interval) soak.cycle();  // caches fill
+  const ProcessUse before = ProcessUse::now();
+  soak.print(elapsed());
+  while (elapsed() < minutes) {
+    for (const double next = elapsed() + interval; elapsed() < next;) soak.cycle();
+    soak.print(elapsed());
+  }
+  const ProcessUse after = ProcessUse::now();
+  bool failed = grown("threads", before.threads, after.threads, 0);
+  failed |= grown("descriptors", before.descriptors, after.descriptors, 0);
+  failed |= grown("allocated bytes", before.heap, after.heap, allowedHeapGrowth);
+  failed |= grown("resident bytes", before.resident, after.resident, allowedResidentGrowth);
+  std::cout << (failed ? "soak: FAILED" : "soak: nothing grew") << std::endl;
+  return failed ? EXIT_FAILURE : EXIT_SUCCESS;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  char* end = nullptr;
+  const double minutes = argc == 2 ? std::strtod(argv[1], &end) : 30.0;
+  if (argc > 2 || (end != nullptr && *end != '\0') || !(minutes > 0.0)) {
+    std::cerr << "usage: soak [MINUTES]   (default 30)\n";
+    return 2;
+  }
+  try {
+    return run(minutes);
+  } catch (const std::exception& error) {
+    std::cerr << "soak: " << error.what() << '\n';
+    return EXIT_FAILURE;
+  }
+}

@@ -62,8 +62,9 @@ void Camera::CheckLink() const {
       fmt::format("the link to the camera is lost ({}): check cable and power, then try again", reason));
 }
 
-ExitStatus WithCamera(const CameraOptions& options, const std::function<ExitStatus(Camera&)>& work) {
-  Camera camera(options);
+ExitStatus WithCamera(const CameraOptions& options, const std::function<ExitStatus(Camera&)>& work,
+                      bool countFrameFaults) {
+  Camera camera(options, countFrameFaults);
   try {
     return work(camera);
   } catch (const Failure&) {

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,9 @@ class Camera {
   common::AdapterBase& Adapter() { return *adapter_; }
   const HostLogger& Log() const { return logger_; }
 
+  /// Held around calls that control the adapter when more than one thread does; receiving needs it not.
+  std::mutex& Control() { return control_; }
+
   /// Every value parameter by name, as it was when the connection was made.
   const std::map<std::string, common::Parameter>& Catalogue() const { return catalogue_; }
 
@@ -34,6 +38,7 @@ class Camera {
  private:
   void connect(const CameraOptions& options);
 
+  std::mutex control_;
   HostLogger logger_;
   Plugin plugin_;
   Plugin::AdapterHandle adapter_;
@@ -42,6 +47,7 @@ class Camera {
 
 /// Opens the camera and runs `work` with it. A failure of the work is reported as a lost link when the link
 /// turns out to be lost.
-ExitStatus WithCamera(const CameraOptions& options, const std::function<ExitStatus(Camera&)>& work);
+ExitStatus WithCamera(const CameraOptions& options, const std::function<ExitStatus(Camera&)>& work,
+                      bool countFrameFaults = false);
 
 }  // namespace vireo::host

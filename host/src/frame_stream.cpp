@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <mutex>
 #include <span>
 
 #include "interrupt.h"
@@ -16,17 +17,20 @@ constexpr std::chrono::milliseconds progressPeriod(100);
 /// Stops the acquisition when it goes out of scope.
 class RunningAcquisition {
  public:
-  RunningAcquisition(common::AdapterBase& adapter, std::optional<long> frames) : adapter_(adapter) {
-    adapter_.StartAcquisition(frames);
+  RunningAcquisition(Camera& camera, std::optional<long> frames) : camera_(camera) {
+    const std::lock_guard control(camera.Control());
+    camera.Adapter().StartAcquisition(frames);
   }
   RunningAcquisition(const RunningAcquisition&) = delete;
   RunningAcquisition& operator=(const RunningAcquisition&) = delete;
   ~RunningAcquisition() {
-    if (adapter_.GetAcquisitionState().mode != common::AcquisitionMode::Stopped) adapter_.StopAcquisition();
+    const std::lock_guard control(camera_.Control());
+    common::AdapterBase& adapter = camera_.Adapter();
+    if (adapter.GetAcquisitionState().mode != common::AcquisitionMode::Stopped) adapter.StopAcquisition();
   }
 
  private:
-  common::AdapterBase& adapter_;
+  Camera& camera_;
 };
 
 }  // namespace
@@ -46,7 +50,7 @@ void FrameStream::Run(const Sink& sink) {
   const HostLogger::FrameFaults before = camera_.Log().Faults();
   started_ = lastFrame_ = lastProgress_ = Clock::now();
   const bool counted = options_.frames > 0;
-  RunningAcquisition running(camera_.Adapter(),
+  RunningAcquisition running(camera_,
                              counted ? std::optional<long>(options_.frames) : std::nullopt);
   try {
     while (!finished()) {

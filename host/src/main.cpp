@@ -22,8 +22,24 @@ void addCommands(CommandLine& line) {
   vireo::host::AddDiscoveryCommands(line);
   vireo::host::AddListCommands(line);
   vireo::host::AddParameterCommands(line);
+  vireo::host::AddSettingsCommands(line);
   vireo::host::AddGrabCommand(line);
+  vireo::host::AddWatchCommands(line);
+  vireo::host::AddViewCommand(line);
   vireo::host::AddSimulateCommand(line);
+  vireo::host::AddManualCommands(line);
+}
+
+std::string usageError(const CommandLine& line, const CLI::ParseError& error) {
+  const std::vector<CLI::App*> chosen = line.app.get_subcommands();
+  if (!chosen.empty()) {
+    return fmt::format("{}: see 'vireo-cam {} --help'", error.what(), chosen.front()->get_name());
+  }
+  const std::vector<std::string> unknown = line.app.remaining();
+  if (!unknown.empty() && !unknown.front().starts_with('-')) {
+    return fmt::format("there is no command '{}': see 'vireo-cam --help'", unknown.front());
+  }
+  return fmt::format("{}: see 'vireo-cam --help'", error.what());
 }
 
 }  // namespace
@@ -37,10 +53,7 @@ int main(int argc, char** argv) {
   } catch (const CLI::Success& request) {  // --help, --version
     return line.app.exit(request);
   } catch (const CLI::ParseError& error) {
-    const auto chosen = line.app.get_subcommands();
-    const std::string command = chosen.empty() ? "" : " " + chosen.front()->get_name();
-    return endWith(ExitStatus::WrongUsage,
-                   fmt::format("{}: see 'vireo-cam{} --help'", error.what(), command));
+    return endWith(ExitStatus::WrongUsage, usageError(line, error));
   } catch (const vireo::host::Failure& failure) {
     return endWith(failure.status, failure.what());
   } catch (const std::exception& error) {

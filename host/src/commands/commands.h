@@ -10,7 +10,11 @@ namespace vireo::host {
 void AddDiscoveryCommands(CommandLine& line);  ///< cameras, info
 void AddListCommands(CommandLine& line);       ///< list, describe, xml
 void AddParameterCommands(CommandLine& line);  ///< get, set, run
+void AddSettingsCommands(CommandLine& line);   ///< save, load, diff
 void AddGrabCommand(CommandLine& line);
+void AddWatchCommands(CommandLine& line);  ///< watch, bench
+void AddViewCommand(CommandLine& line);
 void AddSimulateCommand(CommandLine& line);
+void AddManualCommands(CommandLine& line);  ///< man page and shell completion, for the build
 
 }  // namespace vireo::host

@@ -31,8 +31,7 @@ std::string summary(const StreamStatistics& statistics, const FrameSaver& saver,
                      statistics.Faults().Bad());
 }
 
-ExitStatus grab(const CommandLine& line, const GrabOptions& options) {
-  Camera camera(line.camera, true);
+ExitStatus grab(Camera& camera, const GrabOptions& options) {
   const std::string pixelFormat = camera.ValueOr("PixelFormat", "Mono8");
   FrameSaver saver(options.save, pixelFormat, options.frames);
   FrameStream stream(camera, {options.frames, std::nullopt, options.patience});
@@ -64,7 +63,7 @@ void AddGrabCommand(CommandLine& line) {
         if (options->save.stack && options->save.format == FileFormat::Raw) {
           throw Failure(ExitStatus::WrongUsage, "--stack makes a TIFF file: leave --format raw out");
         }
-        return grab(line, *options);
+        return WithCamera(line.camera, [&](Camera& camera) { return grab(camera, *options); }, true);
       });
   command->add_option("-n,--frames", options->frames, "Frames to grab; 0: until Ctrl-C")
       ->check(CLI::NonNegativeNumber)

@@ -2,8 +2,10 @@
 // Starting, receiving and stopping, on the in-process camera.
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <chrono>
 #include <numeric>
+#include <thread>
 
 #include "support/aravis_script.h"
 #include "support/recording_logger.h"
@@ -161,6 +163,30 @@ TEST_F(Acquisition, EndsAFiniteRunThroughTheInterface) {
   counting.StartAcquisition(1);
   EXPECT_EQ(receive(counting, memory, info, 1), 1);
   EXPECT_EQ(counting.stops, 1);
+}
+
+TEST_F(Acquisition, CountsNoFrameTooManyWhenItsLastOneComesBeforeTheStartReturned) {
+  std::thread receiver;
+  std::atomic<int> frames{0};
+  script.during("execute AcquisitionStart", [&] {
+    receiver = std::thread([&] { frames = receive(adapter, memory, info, 20, 20); });
+    std::this_thread::sleep_for(milliseconds(100));
+  });
+  adapter.StartAcquisition(3);
+  receiver.join();
+  EXPECT_EQ(frames, 3);
+  EXPECT_EQ(logger.count("GenICamAdapter: finite acquisition complete (3 frames)"), 1u);
+  EXPECT_EQ(mode(), AcquisitionMode::Stopped);
+}
+
+TEST_F(Acquisition, GoesOnDeliveringWhileTheStopCommandIsUnderWay) {
+  adapter.StartAcquisition({});
+  ASSERT_EQ(receive(adapter, memory, info, 1), 1);
+  int during = 0;
+  script.during("execute AcquisitionStop", [&] { during = receive(adapter, memory, info, 2); });
+  adapter.StopAcquisition();
+  EXPECT_EQ(during, 2);
+  EXPECT_EQ(mode(), AcquisitionMode::Stopped);
 }
 
 TEST_F(Acquisition, WaitsOneHundredMillisecondsAndNoLonger) {

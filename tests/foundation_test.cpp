@@ -59,6 +59,7 @@ TEST(IsoTime, WritesTheFractionPositionallyAndNeverRoundsTheSecondsUp) {
       {0.000012, 1, "1970-01-01T00:00:00.00001"},
       {1e-7, 6, "1970-01-01T00:00:00.0000001"},
       {951782400.0, 6, "2000-02-29T00:00:00"},
+      {-32253584400.25, 0, "947-12-04T15:00:00"},
   };
   for (const auto& row : rows) EXPECT_EQ(IsoTime(row.time, row.precision), row.expected) << row.time;
 }

@@ -19,7 +19,7 @@ void appendField(std::string& text, char separator, int number) {
 // fmt's shortest form with an exponent, spelled out with leading zeros instead.
 std::string positional(const std::string& scientific) {
   const std::size_t mark = scientific.find('e');
-  if (mark == std::string::npos) return scientific;
+  if (mark == std::string::npos || scientific[mark + 1] != '-') return scientific;
   const bool negative = scientific.front() == '-';
   std::string digits;
   for (const char c : scientific.substr(0, mark)) {
@@ -37,7 +37,7 @@ std::string IsoTime(double time, std::uint8_t precision) {
   const auto seconds = static_cast<std::time_t>(whole);
   std::tm utc{};
   gmtime_r(&seconds, &utc);
-  std::string text = fmt::format(FMT_COMPILE("{:04}"), utc.tm_year + 1900);
+  std::string text = fmt::format(FMT_COMPILE("{}"), utc.tm_year + 1900);
   text.reserve(40);
   appendField(text, '-', utc.tm_mon + 1);
   appendField(text, '-', utc.tm_mday);

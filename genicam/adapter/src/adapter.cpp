@@ -33,7 +33,10 @@ constexpr std::uint64_t frameWaitMicroseconds = 100000;
 void onControlLost(ArvDevice*, void* userData) {
   if (userData == nullptr) return;
   static_cast<std::atomic<bool>*>(userData)->exchange(true);
-  BRIO_LOG_WARNING("GenICamAdapter: camera control lost");
+  try {
+    BRIO_LOG_WARNING("GenICamAdapter: camera control lost");
+  } catch (...) {  // nothing may be thrown through the library that called
+  }
 }
 
 std::span<const std::uint8_t> imageBytes(ArvBuffer* buffer, ArvBufferStatus status) {
@@ -177,6 +180,7 @@ void GenICamAdapter::Disconnect() {
   BRIO_TRACE_SCOPE();
   const std::lock_guard control(impl_->control);
   if (impl_->acquiring) StopAcquisition();
+  ++impl_->acquisition;
   impl_->stream.release();
   impl_->releaseDevice();
   impl_->nodeMap.clear();
@@ -202,18 +206,35 @@ void GenICamAdapter::Impl::scanParameters() {
     if (mode == AccessMode::WriteOnly || mode == AccessMode::NotAvailable) continue;
     if (kind > NodeType::Enumeration) continue;
     try {
-      const char* const text = readValue(device, name, node, kind, error);
+      const char* const text = readFeature(name, node, kind, error);
       if (text != nullptr) storeText(node, kind, text);
       if (error.error != nullptr && kind == NodeType::Integer) {
         BRIO_LOG_DEBUG("GenICamAdapter: failed to read integer '{}': {}", name, error.message());
       } else if (error.error != nullptr && kind == NodeType::Float) {
         BRIO_LOG_DEBUG("GenICamAdapter: failed to read float '{}': {}", name, error.message());
       }
-      refreshBounds(device, name, node, kind);
+      refreshFeatureBounds(name, node, kind);
     } catch (const std::exception& failure) {
       BRIO_LOG_DEBUG("GenICamAdapter: error reading '{}': {}", name, failure.what());
     }
   }
+}
+
+const char* GenICamAdapter::Impl::readFeature(const std::string& name, NodeVariant& node, NodeType kind,
+                                              GErrorGuard& error) {
+  const std::lock_guard lock(control);
+  return readValue(device, name, node, kind, error);
+}
+
+void GenICamAdapter::Impl::refreshFeatureBounds(const std::string& name, NodeVariant& node, NodeType kind) {
+  const std::lock_guard lock(control);
+  refreshBounds(device, name, node, kind);
+}
+
+void GenICamAdapter::Impl::sendFeature(const std::string& name, const FeatureValue& value,
+                                       GErrorGuard& error) {
+  const std::lock_guard lock(control);
+  sendValue(device, name, value, error);
 }
 
 NodeVariant& GenICamAdapter::Impl::findNode(const std::string& name) {
@@ -229,7 +250,7 @@ Parameter GenICamAdapter::Read(const std::string& name) {
   GErrorGuard error;
   const NodeType kind = getNodeType(node);
   if (kind > NodeType::Command) throw std::runtime_error("Unsupported node type for read: " + name);
-  const char* const text = readValue(impl_->device, name, node, kind, error);
+  const char* const text = impl_->readFeature(name, node, kind, error);
   Impl::checkErrorSoft(error, readContext(kind, name));
   if (text != nullptr) storeText(node, kind, text);
   return nodeToParameter(node);
@@ -255,7 +276,7 @@ void GenICamAdapter::Write(const Parameter& parameter) {
   const NodeType kind = getNodeType(node);
   if (kind > NodeType::Command) throw std::runtime_error("Unsupported node type for write: " + name);
   const FeatureValue value = toFeatureValue(parameter, kind);
-  sendValue(impl_->device, name, value, error);
+  impl_->sendFeature(name, value, error);
   Impl::checkErrorSoft(error, writeContext(kind, name));
   storeValue(node, kind, value);
   BRIO_LOG_DEBUG("GenICamAdapter: wrote '{}' = '{}'", name, parameter.GetValueAsString());
@@ -306,13 +327,13 @@ void GenICamAdapter::StartAcquisition(std::optional<long> frames) {
   impl_->requireUsable();
   impl_->scanParameters();
 
-  const std::uint64_t earlierSize = impl_->payloadSize;
-  impl_->refreshPayloadSize();
-  if (impl_->payloadSize != earlierSize && impl_->stream.get() != nullptr) {
-    BRIO_LOG_INFO("GenICamAdapter: payload changed to {} bytes, recreating stream", impl_->payloadSize);
+  const std::uint64_t payload = impl_->askPayloadSize();
+  impl_->requireBufferMemory(payload);
+  const bool payloadChanged = std::exchange(impl_->payloadSize, payload) != payload;
+  if (payloadChanged && impl_->stream.get() != nullptr) {
+    BRIO_LOG_INFO("GenICamAdapter: payload changed to {} bytes, recreating stream", payload);
     impl_->stream.release();
   }
-  impl_->requireBufferMemory();
   if (impl_->stream.get() == nullptr) impl_->createStream();
 
   impl_->resetAcquisition(frames);
@@ -330,23 +351,23 @@ void GenICamAdapter::StartAcquisition(std::optional<long> frames) {
   acquisitionActive = true;
 }
 
-void GenICamAdapter::Impl::refreshPayloadSize() {
-  if (!nodeMap.contains("PayloadSize")) return;
+std::uint64_t GenICamAdapter::Impl::askPayloadSize() {
+  if (!nodeMap.contains("PayloadSize")) return payloadSize;
   GErrorGuard error;
   const std::int64_t size = arv_device_get_integer_feature_value(device, "PayloadSize", &error.error);
-  if (error.error != nullptr || size <= 0) return;
-  payloadSize = static_cast<std::uint64_t>(size);
+  if (error.error != nullptr || size <= 0) return payloadSize;
   if (auto* node = findNodeAs<IntegerNode>(nodeMap, "PayloadSize")) node->value = size;
+  return static_cast<std::uint64_t>(size);
 }
 
 // The camera library ends the process when it finds no memory for a buffer; a camera that states an absurd
 // payload must not.
-void GenICamAdapter::Impl::requireBufferMemory() const {
+void GenICamAdapter::Impl::requireBufferMemory(std::uint64_t payload) const {
   const auto pages = static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES));
   const auto memory = pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-  if (payloadSize > memory / static_cast<std::uint64_t>(bufferCount)) {
+  if (payload > memory / static_cast<std::uint64_t>(bufferCount)) {
     throw std::runtime_error("GenICamAdapter: no memory for " + std::to_string(bufferCount) +
-                             " frame buffers of " + std::to_string(payloadSize) +
+                             " frame buffers of " + std::to_string(payload) +
                              " bytes each; check the camera's PayloadSize");
   }
 }
@@ -402,14 +423,16 @@ void GenICamAdapter::ReceiveFrame(bool& received, uint64_t, std::span<uint8_t>& 
   impl_->fillInfo(frame.get(), image.size(), info);
   frame.giveBack();
 
+  // The token first: a stop changes the mode before it, so what is complete is the run of this token.
+  const std::uint64_t acquisition = impl_->acquisition;
   const std::int64_t count = impl_->countFrame();
   const bool complete = impl_->isComplete(count);
-  const std::uint64_t acquisition = impl_->acquisition;
   lease.end();
   if (complete) {
-    // Whoever holds the lock, or held it meanwhile, is the host stopping or restarting: then it is not ours.
-    const std::unique_lock control(impl_->control, std::try_to_lock);
-    if (control && impl_->acquisition == acquisition) {
+    // The host may be starting, stopping or disconnecting: once it is done, this run may not be there any
+    // more.
+    const std::lock_guard control(impl_->control);
+    if (impl_->acquisition == acquisition) {
       BRIO_LOG_INFO("GenICamAdapter: finite acquisition complete ({} frames)", count);
       StopAcquisition();
     }
@@ -451,7 +474,6 @@ void GenICamAdapter::StopAcquisition() {
   const std::lock_guard control(impl_->control);
   if (impl_->device == nullptr) return;
   acquisitionActive = false;
-  GObjectGuard<ArvStream> taken(impl_->stream.take());
   GErrorGuard error;
   arv_device_execute_command(impl_->device, "AcquisitionStop", &error.error);
   if (error.error != nullptr) {
@@ -462,7 +484,7 @@ void GenICamAdapter::StopAcquisition() {
   impl_->frameTarget.store(std::nullopt);
   ++impl_->acquisition;
   acquisitionStopTime = TimeNow();
-  taken.reset(nullptr);
+  impl_->stream.release();
   BRIO_LOG_INFO("GenICamAdapter: acquisition stopped");
 }
 

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "feature_access.h"
 #include "stream_handle.h"
 #include "vireo/genicam/adapter.h"
 #include "vireo/genicam/node.h"
@@ -20,7 +21,7 @@ using vireo::common::AcquisitionMode;
 class SharedCount {
  public:
   void store(std::optional<std::int64_t> count) noexcept {
-    value_.store(count.value_or(0), std::memory_order_relaxed);
+    if (count) value_.store(*count, std::memory_order_relaxed);
     engaged_.store(count.has_value(), std::memory_order_release);
   }
   std::optional<std::int64_t> load() const noexcept {
@@ -53,11 +54,13 @@ struct GenICamAdapter::Impl {
   std::int32_t bufferCount = 0;
   unsigned long controlLostHandlerId = 0;
 
-  /// Held by the operations that open, close, start and stop. A receive only tries it, to stop a finite
-  /// acquisition: when it is taken, the host is about to end or restart that acquisition itself.
+  /// Held by the operations that open, close, start and stop, and by every access to a feature: the camera
+  /// library's feature tree is for one thread at a time. A receive takes it only to stop a finite
+  /// acquisition, and then without a lease. Recursive, because these operations call one another through the
+  /// interface.
   std::recursive_mutex control;
-  /// Tells one acquisition from the next; changed by every start and stop.
-  std::uint64_t acquisition = 0;
+  /// Tells one acquisition from the next; changed by every start, stop and disconnect.
+  std::atomic<std::uint64_t> acquisition{0};
 
   // Connection
   bool isUsable() const { return connected && device != nullptr; }
@@ -69,10 +72,13 @@ struct GenICamAdapter::Impl {
   // Parameters
   void scanParameters();
   NodeVariant& findNode(const std::string& name);
+  const char* readFeature(const std::string& name, NodeVariant& node, NodeType kind, GErrorGuard& error);
+  void refreshFeatureBounds(const std::string& name, NodeVariant& node, NodeType kind);
+  void sendFeature(const std::string& name, const FeatureValue& value, GErrorGuard& error);
 
   // Acquisition
-  void refreshPayloadSize();
-  void requireBufferMemory() const;
+  std::uint64_t askPayloadSize();
+  void requireBufferMemory(std::uint64_t payload) const;
   void createStream();
   void resetAcquisition(std::optional<long> frames);
   void pushBuffers();

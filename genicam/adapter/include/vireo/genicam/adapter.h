@@ -33,7 +33,7 @@ template <typename T>
 class GObjectGuard {
  public:
   /// Takes over the caller's reference; null is allowed.
-  explicit GObjectGuard(T* object) noexcept;
+  GObjectGuard(T* object) noexcept;
   ~GObjectGuard();
   GObjectGuard(GObjectGuard&& other) noexcept;
   GObjectGuard& operator=(GObjectGuard&& other) noexcept;
@@ -72,8 +72,13 @@ class BRIO_EXPORT GErrorGuard {
 /// threads, is said at `AdapterBase`; every failure is a std::runtime_error.
 ///
 /// One thread controls the adapter. Beside it one thread may receive frames, and any thread may ask for the
-/// acquisition state: starting, stopping and disconnecting take the stream away from the receiving thread and
-/// wait for the call that is inside it, at most 100 ms and one copy.
+/// acquisition state: starting, stopping and disconnecting wait for the receive that is using the stream, at
+/// most 100 ms and one copy. The receive that completes a finite acquisition waits for a start or stop under
+/// way.
+///
+/// End all other calls before the adapter is destroyed. A logger must not call the adapter, and an override
+/// must not wait for a lock whose holder may be calling the adapter: both may run while the adapter holds its
+/// own.
 class BRIO_EXPORT GenICamAdapter : public vireo::common::AdapterBase {
  public:
   GenICamAdapter();

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -30,5 +32,10 @@ struct CommandLine {
   CLI::App* AddCommand(const std::string& name, const std::string& description,
                        std::function<ExitStatus()> run);
 };
+
+/// The validator without the note that it would leave in the help.
+inline CLI::Validator Quiet(const CLI::Validator& validator) {
+  return validator.description("");
+}
 
 }  // namespace vireo::host

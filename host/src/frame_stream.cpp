@@ -50,8 +50,7 @@ void FrameStream::Run(const Sink& sink) {
   const HostLogger::FrameFaults before = camera_.Log().Faults();
   started_ = lastFrame_ = lastProgress_ = Clock::now();
   const bool counted = options_.frames > 0;
-  RunningAcquisition running(camera_,
-                             counted ? std::optional<long>(options_.frames) : std::nullopt);
+  RunningAcquisition running(camera_, counted ? std::optional<long>(options_.frames) : std::nullopt);
   try {
     while (!finished()) {
       receive(sink);
@@ -91,10 +90,18 @@ void FrameStream::waited() {
   buffer_.resize(std::max<std::size_t>(buffer_.size(), camera_.Log().Faults().largestBytes));
   const double silence = std::chrono::duration<double>(Clock::now() - lastFrame_).count();
   if (options_.patience <= 0.0 || silence < options_.patience) return;
+  const std::uint64_t bad = statistics_.Faults().Bad();
+  if (bad != 0) {
+    throw Failure(
+        ExitStatus::Failed,
+        fmt::format("no good frame for {} s, but {} bad ones ('vireo-cam watch' shows why): lower the frame "
+                    "rate or GevSCPSPacketSize, check the network",
+                    options_.patience, bad));
+  }
   throw Failure(
       ExitStatus::Failed,
-      fmt::format("no frame for {} s: a camera whose TriggerMode is On waits for its trigger; else the "
-                  "stream is blocked (firewall, packet size); 'vireo-cam watch' counts bad frames",
+      fmt::format("no frame for {} s: a camera whose TriggerMode is On waits for its trigger; otherwise "
+                  "the stream is blocked (firewall, packet size)",
                   options_.patience));
 }
 

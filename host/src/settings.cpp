@@ -36,7 +36,8 @@ Parameter typed(const Parameter& like, const Json& value) {
 }
 
 /// Tries one setting; the text says why it failed.
-std::string tryWrite(Camera& camera, const Parameter& like, const Json& value, const ParametersByName& scanned) {
+std::string tryWrite(Camera& camera, const Parameter& like, const Json& value,
+                     const ParametersByName& scanned) {
   try {
     const Parameter wanted = typed(like, value);
     if (const auto objection = Objection(wanted, scanned)) return *objection;
@@ -70,8 +71,9 @@ std::string SettingsText(const Settings& settings) {
 Settings ReadSettings(const std::filesystem::path& file) {
   const std::string text = ReadFile(file);
   const auto bad = [&](const std::string& reason) {
-    return Failure(ExitStatus::Failed,
-                   fmt::format("{} is no settings file ({}): make one with 'vireo-cam save'", file.string(), reason));
+    return Failure(
+        ExitStatus::Failed,
+        fmt::format("{} is no settings file ({}): make one with 'vireo-cam save'", file.string(), reason));
   };
   Json json;
   try {

@@ -11,7 +11,8 @@
 
 namespace vireo::host {
 
-/// The readable and writable settings of a camera as a file keeps them: JSON, in an order that `load` follows.
+/// The readable and writable settings of a camera as a file keeps them: JSON, in an order that `load`
+/// follows.
 struct Settings {
   Json camera = Json::object();    ///< identity of the camera that they came from
   Json settings = Json::object();  ///< name to value

@@ -63,10 +63,11 @@ void AddGrabCommand(CommandLine& line) {
         if (options->save.stack && options->save.format == FileFormat::Raw) {
           throw Failure(ExitStatus::WrongUsage, "--stack makes a TIFF file: leave --format raw out");
         }
-        return WithCamera(line.camera, [&](Camera& camera) { return grab(camera, *options); }, true);
+        return WithCamera(
+            line.camera, [&](Camera& camera) { return grab(camera, *options); }, true);
       });
   command->add_option("-n,--frames", options->frames, "Frames to grab; 0: until Ctrl-C")
-      ->check(CLI::NonNegativeNumber)
+      ->check(Quiet(CLI::NonNegativeNumber))
       ->type_name("N")
       ->capture_default_str();
   command->add_option("-o,--output", options->save.directory, "Directory for the files")
@@ -76,7 +77,7 @@ void AddGrabCommand(CommandLine& line) {
       ->add_option(
           "-f,--format", options->save.format,
           "png: pixels scaled to 8 or 16 bits; tiff: the camera's own numbers; raw: the bytes as they came")
-      ->transform(CLI::CheckedTransformer(formats))
+      ->transform(Quiet(CLI::CheckedTransformer(formats)))
       ->type_name("png|tiff|raw")
       ->default_str("png");
   command->add_flag("--stack", options->save.stack,
@@ -85,7 +86,8 @@ void AddGrabCommand(CommandLine& line) {
   command
       ->add_option("--patience", options->patience,
                    "Seconds without any frame after which it fails; 0: never")
-      ->check(CLI::NonNegativeNumber)
+      ->type_name("S")
+      ->check(Quiet(CLI::NonNegativeNumber))
       ->capture_default_str();
 }
 

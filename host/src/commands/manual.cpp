@@ -32,7 +32,8 @@ std::string optionLine(const CLI::Option& option) {
   std::string text = fmt::format(".TP\n.B {}", roff(name));
   if (takesValue) text += fmt::format(" \\fI{}\\fR", roff(option.get_type_name()));
   text += "\n" + roff(option.get_description());
-  if (!option.get_default_str().empty()) text += fmt::format(" (default: {})", roff(option.get_default_str()));
+  if (!option.get_default_str().empty())
+    text += fmt::format(" (default: {})", roff(option.get_default_str()));
   return text + "\n";
 }
 
@@ -104,12 +105,15 @@ complete -o filenames -F _vireo_cam vireo-cam
 
 void AddManualCommands(CommandLine& line) {
   const auto kind = std::make_shared<std::string>();
-  CLI::App* const command = line.AddCommand("manual", "Print the man page or the bash completion", [&line, kind] {
-    Print(*kind == "man" ? manPage(line) : completion(line));
-    return ExitStatus::Done;
-  });
+  CLI::App* const command =
+      line.AddCommand("manual", "Print the man page or the bash completion", [&line, kind] {
+        Print(*kind == "man" ? manPage(line) : completion(line));
+        return ExitStatus::Done;
+      });
   command->group("");  // for the build, not for people
-  command->add_option("KIND", *kind, "man or completion")->required()->check(CLI::IsMember({"man", "completion"}));
+  command->add_option("KIND", *kind, "man or completion")
+      ->required()
+      ->check(CLI::IsMember({"man", "completion"}));
 }
 
 }  // namespace vireo::host

@@ -47,25 +47,26 @@ ExitStatus load(Camera& camera, const Settings& wanted) {
 
 void AddSettingsCommands(CommandLine& line) {
   const auto options = std::make_shared<SettingsOptions>();
-  CLI::App* command = line.AddCommand("save", "Keep the camera's settings in a file (JSON)", [&line, options] {
-    RefuseExisting(options->file, options->force);
-    return WithCamera(line.camera, [&](Camera& camera) { return save(camera, *options); });
-  });
+  CLI::App* command =
+      line.AddCommand("save", "Keep the camera's settings in a file (JSON)", [&line, options] {
+        RefuseExisting(options->file, options->force);
+        return WithCamera(line.camera, [&](Camera& camera) { return save(camera, *options); });
+      });
   command->add_option("FILE", options->file, "File to write")->required();
   command->add_flag("--force", options->force, "Overwrite an existing file");
 
-  command = line.AddCommand("load", "Set the camera as a file says; lists what differs afterwards", [&line, options] {
-    const Settings wanted = ReadSettings(options->file);
-    return WithCamera(line.camera, [&](Camera& camera) { return load(camera, wanted); });
-  });
+  command = line.AddCommand(
+      "load", "Set the camera as a file says; lists what differs afterwards", [&line, options] {
+        const Settings wanted = ReadSettings(options->file);
+        return WithCamera(line.camera, [&](Camera& camera) { return load(camera, wanted); });
+      });
   command->add_option("FILE", options->file, "File that 'save' wrote")->required();
 
-  command = line.AddCommand("diff", "Settings that differ between a file and the camera; status 1 if any do",
-                            [&line, options] {
-                              const Settings wanted = ReadSettings(options->file);
-                              return WithCamera(line.camera,
-                                                [&](Camera& camera) { return report(Compare(camera, wanted)); });
-                            });
+  command = line.AddCommand(
+      "diff", "Settings that differ between a file and the camera; status 1 if any do", [&line, options] {
+        const Settings wanted = ReadSettings(options->file);
+        return WithCamera(line.camera, [&](Camera& camera) { return report(Compare(camera, wanted)); });
+      });
   command->add_option("FILE", options->file, "File that 'save' wrote")->required();
 }
 

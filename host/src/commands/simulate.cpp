@@ -40,7 +40,7 @@ void AddSimulateCommand(CommandLine& line) {
   command->add_option("--serial", options->serial, "Serial number of the camera")->capture_default_str();
   command->add_option("--lost", options->lostPerThousand, "Stream packets to drop, of a thousand")
       ->type_name("PER_THOUSAND")
-      ->check(CLI::Range(0.0, 1000.0));
+      ->check(Quiet(CLI::Range(0.0, 1000.0)));
 }
 
 }  // namespace vireo::host

@@ -28,8 +28,9 @@ class PageServer {
     server_.set_payload_max_length(largestRequest);
     port_ = port == 0 ? server_.bind_to_any_port(host) : (server_.bind_to_port(host, port) ? port : -1);
     if (port_ < 0) {
-      throw Failure(ExitStatus::Failed,
-                    fmt::format("port {} on {} is taken: choose another with --port, 0 finds a free one", port, host));
+      throw Failure(
+          ExitStatus::Failed,
+          fmt::format("port {} on {} is taken: choose another with --port, 0 finds a free one", port, host));
     }
     addRoutes();
     thread_ = std::thread([this] { server_.listen_after_bind(); });
@@ -54,11 +55,12 @@ class PageServer {
       return refuseForeign(request, response) ? httplib::Server::HandlerResponse::Handled
                                               : httplib::Server::HandlerResponse::Unhandled;
     });
-    server_.set_default_headers({{"Cache-Control", "no-store"},
-                                 {"X-Content-Type-Options", "nosniff"},
-                                 {"Content-Security-Policy",
-                                  "default-src 'self'; img-src 'self' blob: data:; style-src 'unsafe-inline'; "
-                                  "script-src 'unsafe-inline'"}});
+    server_.set_default_headers(
+        {{"Cache-Control", "no-store"},
+         {"X-Content-Type-Options", "nosniff"},
+         {"Content-Security-Policy",
+          "default-src 'self'; img-src 'self' blob: data:; style-src 'unsafe-inline'; "
+          "script-src 'unsafe-inline'"}});
     server_.Get("/", [](const Request&, Response& response) { response.set_content(livePage, "text/html"); });
     server_.Get("/frame.png", [this](const Request&, Response& response) { sendPicture(response); });
     server_.Get("/state.json", [this](const Request&, Response& response) {
@@ -124,14 +126,15 @@ ExitStatus view(Camera& camera, int port) {
 
 void AddViewCommand(CommandLine& line) {
   const auto port = std::make_shared<int>(8137);
-  CLI::App* const command = line.AddCommand(
-      "view", "Show the live picture on a page of this computer until Ctrl-C", [&line, port] {
+  CLI::App* const command =
+      line.AddCommand("view", "Show the live picture on a page of this computer until Ctrl-C", [&line, port] {
         CatchInterrupts();
         signal(SIGPIPE, SIG_IGN);  // a browser that goes away must not end the view
-        return WithCamera(line.camera, [&](Camera& camera) { return view(camera, *port); }, true);
+        return WithCamera(
+            line.camera, [&](Camera& camera) { return view(camera, *port); }, true);
       });
   command->add_option("-p,--port", *port, "Port on 127.0.0.1; 0 finds a free one")
-      ->check(CLI::Range(0, 65535))
+      ->check(Quiet(CLI::Range(0, 65535)))
       ->type_name("PORT")
       ->capture_default_str();
 }

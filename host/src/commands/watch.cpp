@@ -72,7 +72,8 @@ std::string summaryText(const StreamStatistics& statistics) {
       "Frames        {} in {:.2f} s\nRate          {:.2f} frames/s, {:.2f} MB/s\nLost frames   {}\n"
       "Bad frames    {}\nOversized     {}\nLongest gap   {:.1f} ms\n",
       statistics.Frames(), statistics.Seconds(), statistics.FrameRate(), statistics.MegabytesPerSecond(),
-      lostText(statistics), badText(statistics), statistics.Faults().oversized, statistics.LongestGap() * 1e3);
+      lostText(statistics), badText(statistics), statistics.Faults().oversized,
+      statistics.LongestGap() * 1e3);
 }
 
 StreamOptions streamOptions(const WatchOptions& options) {
@@ -164,11 +165,13 @@ ExitStatus bench(Camera& camera, const WatchOptions& options) {
 
 void addCommonOptions(CLI::App* command, WatchOptions& options) {
   command->add_option("--seconds", options.seconds, "Time to receive for; 0: until Ctrl-C")
-      ->check(CLI::NonNegativeNumber)
+      ->check(Quiet(CLI::NonNegativeNumber))
       ->type_name("S")
       ->capture_default_str();
-  command->add_option("--patience", options.patience, "Seconds without any frame after which it fails; 0: never")
-      ->check(CLI::NonNegativeNumber)
+  command
+      ->add_option("--patience", options.patience, "Seconds without any frame after which it fails; 0: never")
+      ->type_name("S")
+      ->check(Quiet(CLI::NonNegativeNumber))
       ->capture_default_str();
   command->add_flag("--json", options.json, "Print the summary as JSON");
 }
@@ -180,7 +183,8 @@ void AddWatchCommands(CommandLine& line) {
   CLI::App* command = line.AddCommand(
       "watch", "Receive without saving: rate, lost and bad frames, longest gap", [&line, watched] {
         CatchInterrupts();
-        return WithCamera(line.camera, [&](Camera& camera) { return watch(camera, *watched); }, true);
+        return WithCamera(
+            line.camera, [&](Camera& camera) { return watch(camera, *watched); }, true);
       });
   addCommonOptions(command, *watched);
 
@@ -188,7 +192,8 @@ void AddWatchCommands(CommandLine& line) {
   measured->seconds = 5.0;
   command = line.AddCommand("bench", "Measure receiving at the camera's full rate", [&line, measured] {
     CatchInterrupts();
-    return WithCamera(line.camera, [&](Camera& camera) { return bench(camera, *measured); }, true);
+    return WithCamera(
+        line.camera, [&](Camera& camera) { return bench(camera, *measured); }, true);
   });
   addCommonOptions(command, *measured);
   command->add_flag("--keep-rate", measured->keepRate,

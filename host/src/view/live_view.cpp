@@ -116,7 +116,8 @@ Json LiveView::basicParameters() const {
   const common::BasicParams basic = camera_.Adapter().GetBasicParams();
   return {{"Exposure", fmt::format("{} ms", static_cast<float>(basic.exposureTime * 1e3))},
           {"Frame rate", fmt::format("{} frames/s", static_cast<float>(basic.frameRate))},
-          {"Image", fmt::format("{} x {} of {} x {}", basic.width, basic.height, basic.maxWidth, basic.maxHeight)},
+          {"Image",
+           fmt::format("{} x {} of {} x {}", basic.width, basic.height, basic.maxWidth, basic.maxHeight)},
           {"Offset", fmt::format("{}, {}", basic.offsetX, basic.offsetY)},
           {"Binning", fmt::format("{} x {}", basic.binningHorizontal, basic.binningVertical)},
           {"Pixels", pixelFormat_}};

@@ -14,7 +14,8 @@ std::uint16_t toByte(std::uint16_t sample, unsigned bits) {
 
 Picture Preview(const Picture& picture, std::size_t widest) {
   const std::size_t step = std::max<std::size_t>((picture.width + widest - 1) / widest, 1);
-  Picture small{(picture.width + step - 1) / step, (picture.height + step - 1) / step, picture.channels, 8, {}};
+  Picture small{
+      (picture.width + step - 1) / step, (picture.height + step - 1) / step, picture.channels, 8, {}};
   small.samples.reserve(small.width * small.height * small.channels);
   for (std::size_t y = 0; y < picture.height; y += step) {
     for (std::size_t x = 0; x < picture.width; x += step) {

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -61,6 +62,9 @@ void OutputFile::Write(std::string_view text) {
 
 void OutputFile::Reserve(std::size_t bytes) {
   const off_t end = ::lseek(descriptor_, 0, SEEK_END);
+  rlimit limit{};
+  ::getrlimit(RLIMIT_FSIZE, &limit);  // what is reserved beyond the end does not count for it
+  if (static_cast<rlim_t>(end) + bytes > limit.rlim_cur) fail(EFBIG);
   if (::fallocate(descriptor_, FALLOC_FL_KEEP_SIZE, end, static_cast<off_t>(bytes)) == 0) return;
   if (errno != EOPNOTSUPP) fail(errno);
 }

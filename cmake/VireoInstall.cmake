@@ -38,4 +38,12 @@ function(vireo_install_package_files)
   configure_file("${PROJECT_SOURCE_DIR}/cmake/vireo_genicam.pc.in" "${generated}/vireo_genicam.pc" @ONLY)
   install(FILES "${generated}/vireo_genicam.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
           COMPONENT development)
+
+  # Debian wants the licence under this name, once a package.
+  set(docDir "${CMAKE_INSTALL_DATADIR}/doc")
+  install(FILES "${PROJECT_SOURCE_DIR}/CHANGELOG.md" DESTINATION "${docDir}/vireo-genicam" COMPONENT runtime)
+  install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${docDir}/vireo-genicam" RENAME copyright
+          COMPONENT runtime)
+  install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${docDir}/vireo-genicam-dev" RENAME copyright
+          COMPONENT development)
 endfunction()

@@ -172,6 +172,9 @@ TEST(Connect, TakesThePayloadFromTheCameraElseFromTheLargestFrameElseKeepsIt) {
 }
 
 TEST(Connect, DisconnectsFirstThroughTheInterface) {
+#ifdef __clang__
+  GTEST_SKIP() << "trace texts are GCC's";
+#endif
   class Counting : public OpenAdapter {
    public:
     void Disconnect() override {

@@ -25,7 +25,7 @@ blocks() {
     /^ *```/ { kind = ""; next }
     kind == "sh" {
       gsub(/\.\/dev /, "dev "); sub(/^\.ci\/run$/, "test -x \"$SOURCE_DIR/.ci/run\"")
-      if (/^(cmake|ctest|git|cd) /) next
+      if (/^(cmake|ctest|run-clang-tidy|git|cd) /) next
       print > "commands.sh"
     }
     kind == "cpp" {

@@ -32,6 +32,7 @@ std::string summary(const StreamStatistics& statistics, const FrameSaver& saver,
 }
 
 ExitStatus grab(Camera& camera, const GrabOptions& options) {
+  CatchInterrupts();
   const std::string pixelFormat = camera.ValueOr("PixelFormat", "Mono8");
   FrameSaver saver(options.save, pixelFormat, options.frames);
   FrameStream stream(camera, {options.frames, std::nullopt, options.patience});
@@ -59,7 +60,6 @@ void AddGrabCommand(CommandLine& line) {
   const auto options = std::make_shared<GrabOptions>();
   CLI::App* const command =
       line.AddCommand("grab", "Save frames as files, and frames.csv about them", [&line, options] {
-        CatchInterrupts();
         if (options->save.stack && options->save.format == FileFormat::Raw) {
           throw Failure(ExitStatus::WrongUsage, "--stack makes a TIFF file: leave --format raw out");
         }

@@ -108,6 +108,7 @@ class PageServer {
 };
 
 ExitStatus view(Camera& camera, int port) {
+  CatchInterrupts();
   LiveView live(camera);
   const PageServer server(live, port);
   Print(fmt::format("{} shows the camera; Ctrl-C ends it\n", server.Url()));
@@ -128,7 +129,6 @@ void AddViewCommand(CommandLine& line) {
   const auto port = std::make_shared<int>(8137);
   CLI::App* const command =
       line.AddCommand("view", "Show the live picture on a page of this computer until Ctrl-C", [&line, port] {
-        CatchInterrupts();
         signal(SIGPIPE, SIG_IGN);  // a browser that goes away must not end the view
         return WithCamera(
             line.camera, [&](Camera& camera) { return view(camera, *port); }, true);

@@ -90,6 +90,7 @@ void receive(FrameStream& stream) {
 }
 
 ExitStatus watch(Camera& camera, const WatchOptions& options) {
+  CatchInterrupts();
   FrameStream stream(camera, streamOptions(options));
   std::exception_ptr error;
   try {
@@ -138,6 +139,7 @@ double processorSeconds(clockid_t clock) {
 }
 
 ExitStatus bench(Camera& camera, const WatchOptions& options) {
+  CatchInterrupts();
   std::optional<TemporaryRate> rate;
   if (!options.keepRate) rate.emplace(camera);
   FrameStream stream(camera, streamOptions(options));
@@ -182,7 +184,6 @@ void AddWatchCommands(CommandLine& line) {
   const auto watched = std::make_shared<WatchOptions>();
   CLI::App* command = line.AddCommand(
       "watch", "Receive without saving: rate, lost and bad frames, longest gap", [&line, watched] {
-        CatchInterrupts();
         return WithCamera(
             line.camera, [&](Camera& camera) { return watch(camera, *watched); }, true);
       });
@@ -191,7 +192,6 @@ void AddWatchCommands(CommandLine& line) {
   const auto measured = std::make_shared<WatchOptions>();
   measured->seconds = 5.0;
   command = line.AddCommand("bench", "Measure receiving at the camera's full rate", [&line, measured] {
-    CatchInterrupts();
     return WithCamera(
         line.camera, [&](Camera& camera) { return bench(camera, *measured); }, true);
   });

@@ -72,6 +72,8 @@ class Controller {
     }
   }
   milliseconds longestStop() const { return longestStop_; }
+  int slowStops() const { return slowStops_; }
+  int stops() const { return stops_; }
   int starts() const { return starts_; }
 
  private:
@@ -86,14 +88,36 @@ class Controller {
   void stop() {
     const auto begun = steady_clock::now();
     adapter_.StopAcquisition();
-    longestStop_ =
-        std::max(longestStop_, std::chrono::duration_cast<milliseconds>(steady_clock::now() - begun));
+    const auto time = std::chrono::duration_cast<milliseconds>(steady_clock::now() - begun);
+    ++stops_;
+    slowStops_ += time > milliseconds(300);
+    longestStop_ = std::max(longestStop_, time);
   }
 
   AdapterBase& adapter_;
   std::mt19937 random_{1};
   milliseconds longestStop_{0};
   int starts_ = 0;
+  int stops_ = 0;
+  int slowStops_ = 0;
+};
+
+/// GLib complains when a stream is used that is released, or released while it is used.
+class GLibComplaints {
+ public:
+  GLibComplaints() : earlier_(g_log_set_default_handler(count, &complaints_)) {}
+  ~GLibComplaints() {
+    g_log_set_default_handler(earlier_, nullptr);
+    EXPECT_EQ(complaints_, 0);
+  }
+
+ private:
+  static void count(const char*, GLogLevelFlags, const char* text, void* complaints) {
+    std::cerr << text << '\n';
+    ++*static_cast<std::atomic<int>*>(complaints);
+  }
+  std::atomic<int> complaints_{0};
+  GLogFunc earlier_;
 };
 
 class HostThreads : public testing::TestWithParam<const char*> {
@@ -102,9 +126,11 @@ class HostThreads : public testing::TestWithParam<const char*> {
     if (std::string(GetParam()) == NetworkCamera::address) network.emplace();
     useCamera(GetParam());
     adapter.Connect();
-    adapter.Write(makeParameter("AcquisitionFrameRate", 200.0));
+    adapter.Write({makeParameter("AcquisitionFrameRate", 200.0), makeParameter("Width", 64),
+                   makeParameter("Height", 64)});
   }
 
+  const GLibComplaints complaints;
   std::optional<NetworkCamera> network;
   OpenAdapter adapter{GetParam()};
 };
@@ -122,7 +148,8 @@ TEST_P(HostThreads, StartStopConnectAndDisconnectUnderAReceiveLoop) {
     EXPECT_TRUE(loop.waitFor(3));
   }
   EXPECT_GT(controller.starts(), 0);
-  EXPECT_LT(controller.longestStop(), milliseconds(300));
+  // A busy machine may hold up one in a hundred, a stop that starves behind the loop is slow every time.
+  EXPECT_LE(controller.slowStops(), 1 + controller.stops() / 100);
   RecordProperty("longest_stop_ms", static_cast<int>(controller.longestStop().count()));
 }
 

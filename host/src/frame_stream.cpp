@@ -100,8 +100,9 @@ void FrameStream::waited() {
   }
   throw Failure(
       ExitStatus::Failed,
-      fmt::format("no frame for {} s: a camera whose TriggerMode is On waits for its trigger; otherwise "
-                  "the stream is blocked (firewall, packet size)",
+      fmt::format("no frame for {} s: with TriggerMode On a camera waits for its trigger; otherwise the "
+                  "stream does not get through (firewall, packet size), or the camera was found over the "
+                  "wrong interface: open it by its IP address",
                   options_.patience));
 }
 

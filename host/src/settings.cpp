@@ -78,8 +78,8 @@ Settings ReadSettings(const std::filesystem::path& file) {
   Json json;
   try {
     json = Json::parse(text);
-  } catch (const Json::exception& error) {
-    throw bad(error.what());
+  } catch (const Json::parse_error& error) {
+    throw bad(fmt::format("no JSON from byte {} on", error.byte));
   }
   if (!json.is_object() || json.value("format", Json()) != fileFormat) throw bad("its format is another");
   const Json settings = json.value("settings", Json());

@@ -25,8 +25,9 @@ const std::map<std::string, FileFormat> formats = {
     {"png", FileFormat::Png}, {"tiff", FileFormat::Tiff}, {"raw", FileFormat::Raw}};
 
 std::string summary(const StreamStatistics& statistics, const FrameSaver& saver, const GrabOptions& options) {
-  return fmt::format("{} frames in {:.2f} s to {}: {:.1f} frames/s, {:.1f} MB/s, {} lost, {} bad\n",
-                     saver.Saved(), statistics.Seconds(), options.save.directory.string(),
+  if (saver.Saved() == 1) return fmt::format("1 frame in {}\n", options.save.directory.string());
+  return fmt::format("{} frames in {}: {:.2f} s, {:.1f} frames/s, {:.1f} MB/s, {} lost, {} bad\n",
+                     saver.Saved(), options.save.directory.string(), statistics.Seconds(),
                      statistics.FrameRate(), statistics.MegabytesPerSecond(), statistics.Lost(),
                      statistics.Faults().Bad());
 }

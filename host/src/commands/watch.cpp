@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <ctime>
 #include <memory>
 #include <optional>
@@ -150,8 +149,11 @@ ExitStatus bench(Camera& camera, const WatchOptions& options) {
   const double thread = processorSeconds(CLOCK_THREAD_CPUTIME_ID) - threadStart;
   const double process = processorSeconds(CLOCK_PROCESS_CPUTIME_ID) - processStart;
   const StreamStatistics& statistics = stream.Statistics();
-  const double frames = static_cast<double>(std::max<std::uint64_t>(statistics.Frames(), 1));
-  const double share = statistics.Seconds() > 0.0 ? process / statistics.Seconds() : 0.0;
+  if (statistics.Frames() < 2) {
+    throw Failure(ExitStatus::Failed, "too few frames to measure: 'vireo-cam watch' shows what comes");
+  }
+  const double frames = static_cast<double>(statistics.Frames());
+  const double share = process / statistics.Seconds();
   if (options.json) {
     Json json = summaryJson(statistics);
     json["receive_microseconds_per_frame"] = thread / frames * 1e6;

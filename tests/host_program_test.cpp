@@ -193,7 +193,7 @@ TEST(Settings, SurviveSaveChangeAndLoad) {
   const auto partly = run(network + "set OffsetX=0 Width=2048 Height=4096 Gain=1");
   EXPECT_EQ(partly.status, 1);
   EXPECT_THAT(partly.err,
-              HasSubstr("Height takes 8 to 2048 px, not 4096; set: OffsetX, Width; not set: Height, Gain"));
+              HasSubstr("Height takes 8 to 2048 px, not 4096; done: OffsetX, Width; not done: Height, Gain"));
   EXPECT_EQ(run(network + "get Width Gain").out, "Width=2048\nGain=0\n");
 }
 

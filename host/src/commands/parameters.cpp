@@ -75,12 +75,14 @@ class BatchWriter {
     try {
       camera_.Adapter().Write(batch_);
     } catch (const std::runtime_error& error) {
-      const std::string_view text = error.what();
-      for (const Parameter& parameter : batch_) {
-        if (text.find("'" + parameter.name + "'") != std::string_view::npos) break;
-        ++done_;
-      }
       camera_.CheckLink();
+      const std::string_view text = error.what();
+      const auto isNamed = [&](const Parameter& parameter) {
+        return text.find("'" + parameter.name + "'") != std::string_view::npos;
+      };
+      const auto failed = std::find_if(batch_.begin(), batch_.end(), isNamed);
+      if (failed == batch_.end()) throw;
+      done_ += static_cast<std::size_t>(failed - batch_.begin());
       fail(error.what());
     }
     done_ += batch_.size();
@@ -88,15 +90,14 @@ class BatchWriter {
   }
 
   [[noreturn]] void fail(const std::string& reason) const {
-    const std::size_t done = std::min(done_, all_.size());
     const auto names = [&](std::size_t from, std::size_t to) {
       return fmt::format("{}", fmt::join(all_.begin() + static_cast<std::ptrdiff_t>(from),
                                          all_.begin() + static_cast<std::ptrdiff_t>(to), ", "));
     };
     if (all_.size() == 1) throw Failure(ExitStatus::Failed, reason);
     throw Failure(ExitStatus::Failed,
-                  fmt::format("{}; set: {}; not set: {}", reason, done == 0 ? "none" : names(0, done),
-                              names(done, all_.size())));
+                  fmt::format("{}; done: {}; not done: {}", reason, done_ == 0 ? "none" : names(0, done_),
+                              names(done_, all_.size())));
   }
 
   Camera& camera_;

@@ -148,8 +148,8 @@ TEST_P(HostThreads, StartStopConnectAndDisconnectUnderAReceiveLoop) {
     EXPECT_TRUE(loop.waitFor(3));
   }
   EXPECT_GT(controller.starts(), 0);
-  // A busy machine may hold up one in a hundred, a stop that starves behind the loop is slow every time.
-  EXPECT_LE(controller.slowStops(), 1 + controller.stops() / 100);
+  // A busy machine holds up a few; a stop that starves behind the loop is slow every time.
+  EXPECT_LE(controller.slowStops(), 1 + controller.stops() / 10);
   RecordProperty("longest_stop_ms", static_cast<int>(controller.longestStop().count()));
 }
 

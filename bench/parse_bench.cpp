@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "counted_memory.h"
-#include "support/hostile_descriptions.h"
+#include "hostile_descriptions.h"
 #include "vireo/genicam/xml_parser.h"
 
 namespace {

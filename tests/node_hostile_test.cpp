@@ -6,7 +6,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "support/hostile_descriptions.h"
+#include "hostile_descriptions.h"
 #include "vireo/genicam/xml_parser.h"
 
 namespace {

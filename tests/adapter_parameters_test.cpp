@@ -33,11 +33,12 @@ class Parameters : public testing::Test {
   std::string writeError(const std::string& name, ParameterValue value) {
     return errorOf([&] { adapter.Write(makeParameter(name, std::move(value))); });
   }
-  Parameter scanned(const std::string& name) {
-    for (Parameter& parameter : adapter.Scan()) {
-      if (parameter.name == name) return parameter;
-    }
-    return makeParameter("not listed", 0);
+  static std::string wrote(const std::string& name, const std::string& value) {
+    return "Write|10|GenICamAdapter: wrote '" + name + "' = '" + value + "'";
+  }
+  static Parameter in(const std::vector<Parameter>& list, const std::string& name) {
+    const auto found = std::find_if(list.begin(), list.end(), [&](auto& p) { return p.name == name; });
+    return found == list.end() ? Parameter() : *found;
   }
 
   RecordingLogger logger;
@@ -51,23 +52,21 @@ TEST_F(Parameters, AreReadFromTheCameraEveryTime) {
   const struct {
     const char* name;
     DataType type;
-    ParameterValue value;
+    const char* value;
     const char* call;
   } rows[] = {
-      {"Width", DataType::Int32, 512, "get_integer Width"},
-      {"ExposureTime", DataType::Float, 10000.0f, "get_float ExposureTime"},
-      {"LineStatus", DataType::Bool, false, "get_boolean LineStatus"},
-      {"DeviceModelName", DataType::String, adapter.Read("DeviceModelName").value,
-       "get_string DeviceModelName"},
-      {"PixelFormat", DataType::String, std::string("Mono8"), "get_string PixelFormat"},
+      {"Width", DataType::Int32, "512", "get_integer "},
+      {"ExposureTime", DataType::Float, "10000", "get_float "},
+      {"LineStatus", DataType::Bool, "false", "get_boolean "},
+      {"DeviceVendorName", DataType::String, "Aravis", "get_string "},
+      {"PixelFormat", DataType::String, "Mono8", "get_string "},
   };
-  script.takeCalls();
   for (const auto& row : rows) {
     const Parameter read = adapter.Read(row.name);
     EXPECT_EQ(read.name, row.name);
     EXPECT_EQ(read.type, row.type) << row.name;
-    EXPECT_EQ(read.value, row.value) << row.name << " is " << read.GetValueAsString();
-    EXPECT_THAT(script.takeCalls(), ElementsAre(row.call));
+    EXPECT_EQ(read.GetValueAsString(), row.value) << row.name;
+    EXPECT_THAT(script.takeCalls(), ElementsAre(row.call + read.name));
   }
   EXPECT_EQ(adapter.Read("AcquisitionStart").name, "AcquisitionStart");
   EXPECT_THAT(script.takeCalls(), IsEmpty());
@@ -81,44 +80,22 @@ TEST_F(Parameters, NameWhatCannotBeReadOrWritten) {
   EXPECT_EQ(writeError("Root", 1), "Unsupported node type for write: Root");
   EXPECT_EQ(writeError("SensorWidth", 1), "Parameter 'SensorWidth' is read-only");
   EXPECT_THAT(script.takeCalls(), IsEmpty());
-
-  const struct {
-    const char* call;
-    const char* name;
-    const char* context;
-  } rows[] = {
-      {"get_integer", "Width", "Read integer"},         {"get_float", "ExposureTime", "Read float"},
-      {"get_boolean", "LineStatus", "Read boolean"},    {"get_string", "DeviceUserID", "Read string"},
-      {"get_string", "PixelFormat", "Read enum"},       {"set_integer", "Width", "Write integer"},
-      {"set_float", "ExposureTime", "Write float"},     {"set_boolean", "UserOutputValue", "Write boolean"},
-      {"set_string", "DeviceUserID", "Write string"},   {"set_string", "PixelFormat", "Write enum"},
-      {"execute", "TriggerSoftware", "Execute command"}};
-  for (const auto& row : rows) {
-    script.fail(std::string(row.call) + " " + row.name, "out of order");
-    const std::string error =
-        std::string(row.context).starts_with("Read") ? readError(row.name) : writeError(row.name, 1);
-    EXPECT_EQ(error, std::string(row.context) + " '" + row.name + "': out of order");
-  }
   adapter.Disconnect();
   for (const auto& error : {readError("Width"), writeError("Width", 1), errorOf([&] { adapter.Scan(); })}) {
     EXPECT_EQ(error, "GenICamAdapter: not connected");
   }
 }
 
-TEST_F(Parameters, KeepOrOverwriteTheCacheWhenAReadFails) {
-  const auto before = adapter.GetBasicParams();
-  EXPECT_EQ(before.width, 512u);
-  EXPECT_EQ(before.exposureTime, 0.01);
-  EXPECT_EQ(before.pixelBytes, 1);
-  script.fail("get_integer Width");
-  script.fail("get_float ExposureTime");
-  script.fail("get_string PixelFormat");
-  for (const char* name : {"Width", "ExposureTime", "PixelFormat"})
-    EXPECT_NE(readError(name), "nothing thrown");
+TEST_F(Parameters, NumbersThatFailToBeReadAreZeroInTheCacheAndTextsStay) {
+  EXPECT_EQ(adapter.GetBasicParams().exposureTime, 0.01);
+  for (const char* call : {"get_integer Width", "get_float ExposureTime", "get_string PixelFormat"}) {
+    script.fail(call);
+    readError(std::string(call).substr(std::string(call).find(' ') + 1));
+  }
   const auto after = adapter.GetBasicParams();
   EXPECT_EQ(after.width, 0u);
   EXPECT_EQ(after.exposureTime, 0.0);
-  EXPECT_EQ(after.pixelBytes, 1);  // still Mono8
+  EXPECT_EQ(after.frameSize, 2048u * 2048u);  // still Mono8
 }
 
 TEST_F(Parameters, AreConvertedForTheFeatureTheyAreWrittenTo) {
@@ -148,28 +125,21 @@ TEST_F(Parameters, AreConvertedForTheFeatureTheyAreWrittenTo) {
   for (const auto& row : rows) {
     const Parameter given = makeParameter(row.name, row.given);
     adapter.Write(given);
-    EXPECT_EQ(adapter.Read(row.name).GetValueAsString(), row.read)
-        << row.name << " = " << given.GetValueAsString();
-    const std::string text = given.GetValueAsString();
-    EXPECT_THAT(logger.take(),
-                ElementsAre("Write|10|GenICamAdapter: wrote '" + given.name + "' = '" + text + "'"));
+    EXPECT_EQ(adapter.Read(row.name).GetValueAsString(), row.read) << row.name;
+    EXPECT_THAT(logger.take(), ElementsAre(wrote(row.name, given.GetValueAsString())));
   }
 }
 
 TEST_F(Parameters, OfAnUnusableTypeAreSentAsTheDefaultWithARecord) {
-  const auto illegal = [](const std::string& type, const std::string& name) {
-    return "GetValue||Illegal type: " + type + " encountered - parameter: " + name;
-  };
+  const std::string illegal = "GetValue||Illegal type: ";
   adapter.Write(makeParameter("OffsetX", 3.0f));
   EXPECT_THAT(logger.take(),
-              ElementsAre(illegal("d", "OffsetX"), "Write|10|GenICamAdapter: wrote 'OffsetX' = '3'"));
+              ElementsAre(illegal + "d encountered - parameter: OffsetX", wrote("OffsetX", "3")));
   script.fail("set_string PixelFormat", "");
   adapter.Write(makeParameter("PixelFormat", true));
-  const std::string text = "NSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE";
-  EXPECT_THAT(logger.take(), ElementsAre(illegal(text, "PixelFormat"),
-                                         "Write|10|GenICamAdapter: wrote 'PixelFormat' = 'true'"));
+  EXPECT_THAT(logger.take(), ElementsAre(HasSubstr(illegal), wrote("PixelFormat", "true")));
   adapter.Write(makeParameter("TriggerSoftware", std::string("go")));
-  EXPECT_THAT(logger.take(), ElementsAre("Write|10|GenICamAdapter: wrote 'TriggerSoftware' = 'go'"));
+  EXPECT_THAT(logger.take(), ElementsAre(wrote("TriggerSoftware", "go")));
 }
 
 TEST_F(Parameters, OutOfRangeForAnIntegerFeatureAreRefusedBeforeAnythingIsSent) {
@@ -185,28 +155,25 @@ TEST_F(Parameters, OutOfRangeForAnIntegerFeatureAreRefusedBeforeAnythingIsSent) 
 }
 
 TEST_F(Parameters, AreCachedInSinglePrecisionOnceWritten) {
-  adapter.Write(makeParameter("AcquisitionFrameRate", 20.1));
-  EXPECT_EQ(adapter.GetBasicParams().frameRate, static_cast<double>(20.1f));
-  script.fail("set_float AcquisitionFrameRate");
-  EXPECT_NE(writeError("AcquisitionFrameRate", 5.0), "nothing thrown");
-  EXPECT_EQ(adapter.GetBasicParams().frameRate, static_cast<double>(20.1f));
+  for (const double rate : {20.1, 5.0}) {
+    if (rate == 5.0) script.fail("set_float AcquisitionFrameRate");
+    writeError("AcquisitionFrameRate", rate);
+    EXPECT_EQ(adapter.GetBasicParams().frameRate, static_cast<double>(20.1f));
+  }
 }
 
 TEST_F(Parameters, InABatchStopAtTheFirstFailure) {
-  EXPECT_EQ(adapter.Read(std::vector<std::string>{"Width", "Height", "Width"}).size(), 3u);
-  EXPECT_EQ(errorOf([&] {
-              adapter.Read(std::vector<std::string>{"Width", "None", "Height"});
-            }),
-            "Parameter not found: None");
-  EXPECT_EQ(errorOf([&] {
-              adapter.Write(std::vector{makeParameter("Width", 128), makeParameter("None", 1),
-                                        makeParameter("Height", 128)});
-            }),
-            "Parameter not found: None");
+  using Names = std::vector<std::string>;
+  const std::string missing = "Parameter not found: None";
+  const std::vector batch{makeParameter("Width", 128), makeParameter("None", 1),
+                          makeParameter("Height", 128)};
+  EXPECT_EQ(adapter.Read(Names{"Width", "Height", "Width"}).size(), 3u);
+  EXPECT_EQ(errorOf([&] { adapter.Read(Names{"Width", "None", "Height"}); }), missing);
+  EXPECT_EQ(errorOf([&] { adapter.Write(batch); }), missing);
   EXPECT_EQ(adapter.GetBasicParams().width, 128u);
   EXPECT_EQ(adapter.GetBasicParams().height, 512u);
   adapter.Disconnect();
-  EXPECT_THAT(adapter.Read(std::vector<std::string>{}), IsEmpty());
+  EXPECT_THAT(adapter.Read(Names{}), IsEmpty());
   EXPECT_NO_THROW(adapter.Write(std::vector<Parameter>{}));
 }
 
@@ -218,68 +185,53 @@ TEST_F(Parameters, BatchesGoThroughTheInterface) {
     Parameter Read(const std::string& name) override { return makeParameter(name + "!", 1); }
     void Write(const Parameter& parameter) override { written += parameter.name; }
     std::string written;
-  };
-  Counting counting;
-  vireo::common::AdapterBase& host = counting;
-  EXPECT_EQ(host.Read(std::vector<std::string>{"A", "B"}).back().name, "B!");
-  host.Write(std::vector{makeParameter("A", 1), makeParameter("B", 1)});
+  } counting;
+  EXPECT_EQ(counting.Read(std::vector<std::string>{"A", "B"}).back().name, "B!");
+  counting.Write(std::vector{makeParameter("A", 1), makeParameter("B", 1)});
   EXPECT_EQ(counting.written, "AB");
 }
 
 TEST_F(Parameters, ScanListsEveryReadableFeatureWithItsMetadata) {
-  const Parameter width = scanned("Width");
+  const auto list = adapter.Scan();
+  EXPECT_TRUE(std::is_sorted(list.begin(), list.end(), [](auto& a, auto& b) { return a.name < b.name; }));
+  EXPECT_THAT(script.takeCalls(), Not(Contains(HasSubstr("Gamma"))));  // not available
+  const Parameter width = in(list, "Width");
   EXPECT_EQ(width.type, DataType::Int32);
   EXPECT_EQ(width.metadata->name, "Width");
   EXPECT_EQ(width.metadata->max, 2048.0);
-  EXPECT_TRUE(width.metadata->increment.has_value());
+  EXPECT_EQ(width.metadata->increment, 8.0);
   EXPECT_TRUE(width.metadata->writable);
   EXPECT_FALSE(width.metadata->description.empty());
-  const Parameter exposure = scanned("ExposureTime");
+  const Parameter exposure = in(list, "ExposureTime");
   EXPECT_EQ(exposure.metadata->unit, "us");
   EXPECT_GT(exposure.metadata->max, exposure.metadata->min);
   EXPECT_FALSE(exposure.metadata->increment.has_value());
-  const Parameter format = scanned("PixelFormat");
-  EXPECT_EQ(format.type, DataType::String);
+  const Parameter format = in(list, "PixelFormat");
   EXPECT_THAT(format.metadata->entries, Contains("Mono16"));
   EXPECT_FALSE(format.metadata->min.has_value());
-  EXPECT_FALSE(scanned("SensorWidth").metadata->writable);
-  EXPECT_TRUE(scanned("SensorWidth").metadata->readable);
-  EXPECT_TRUE(scanned("Gamma").metadata->writable);
-  EXPECT_EQ(scanned("ActionDeviceKey").name, "not listed");
-  EXPECT_EQ(scanned("AcquisitionStart").name, "not listed");
-  script.takeCalls();
-  const auto list = adapter.Scan();
-  EXPECT_TRUE(std::is_sorted(list.begin(), list.end(), [](auto& a, auto& b) { return a.name < b.name; }));
-  EXPECT_THAT(script.takeCalls(), Not(Contains(HasSubstr("Gamma"))));
+  EXPECT_FALSE(in(list, "SensorWidth").metadata->writable);
+  EXPECT_TRUE(in(list, "Gamma").metadata->writable);
+  for (const char* name : {"ActionDeviceKey", "AcquisitionStart"}) EXPECT_EQ(in(list, name).name, "") << name;
 }
 
 TEST_F(Parameters, ScanSurvivesWhatTheCameraRefuses) {
   script.fail("get_integer Width", "no integer");
-  script.fail("bounds_float ExposureTime", "no bounds");
-  script.fail("get_float ExposureTime", "no float");
-  script.fail("get_boolean LineStatus", "no boolean");
   script.fail("get_string PixelFormat", "no text");
   script.during("get_integer Height", [] { throw std::runtime_error("odd"); });
   const auto list = adapter.Scan();
   EXPECT_THAT(logger.take(),
-              ElementsAre("scanParameters|10|GenICamAdapter: failed to read float 'ExposureTime': no float",
-                          "scanParameters|10|GenICamAdapter: error reading 'Height': odd",
+              ElementsAre("scanParameters|10|GenICamAdapter: error reading 'Height': odd",
                           "scanParameters|10|GenICamAdapter: failed to read integer 'Width': no integer"));
-  const auto value = [&](const std::string& name) {
-    const auto found = std::find_if(list.begin(), list.end(), [&](auto& p) { return p.name == name; });
-    return found->GetValueAsString() + " up to " + std::to_string(found->metadata->max.value_or(0));
-  };
-  EXPECT_EQ(value("Width"), "0 up to 2048.000000");
-  EXPECT_EQ(value("PixelFormat"), "Mono8 up to 0.000000");
+  EXPECT_EQ(in(list, "Width").GetValueAsString(), "0");
+  EXPECT_EQ(in(list, "Width").metadata->max, 2048.0);
+  EXPECT_EQ(in(list, "PixelFormat").GetValueAsString(), "Mono8");
   EXPECT_EQ(script.count("bounds_integer Width"), 1u);
 }
 
 TEST_F(Parameters, TheNativeDocumentIsTheCamerasToTheByte) {
-  const auto document = adapter.GetNativeParameterDocument();
-  EXPECT_EQ(document.extension, ".xml");
-  EXPECT_THAT(document.content, HasSubstr("<RegisterDescription"));
   script.xml = std::string("a\0b", 3);
   EXPECT_EQ(adapter.GetNativeParameterDocument().content, std::string("a\0b", 3));
+  EXPECT_EQ(adapter.GetNativeParameterDocument().extension, ".xml");
 }
 
 TEST_F(Parameters, BasicOnesComeFromTheCacheByKind) {
@@ -304,9 +256,4 @@ TEST_F(Parameters, BasicOnesComeFromTheCacheByKind) {
   EXPECT_EQ(odd.pixelBytes, 1);
   EXPECT_EQ(odd.exposureTimeParam, "");
   EXPECT_EQ(odd.frameSize, 262144u);  // the payload of the connection before
-  adapter.Disconnect();
-  const auto none = adapter.GetBasicParams();
-  EXPECT_EQ(none.binningVertical, 1u);
-  EXPECT_EQ(none.heightParam, "");
-  EXPECT_EQ(none.frameSize, 262144u);
 }

@@ -30,6 +30,23 @@ class OpenAdapter : public vireo::genicam::GenICamAdapter {
   using AdapterBase::lastFrameTime;
 };
 
+/// A host's subclass: counts what reaches it, and can refuse to stop.
+class CountingAdapter : public OpenAdapter {
+ public:
+  void Disconnect() override {
+    ++disconnects;
+    OpenAdapter::Disconnect();
+  }
+  void StopAcquisition() override {
+    if (refuseStop) throw std::runtime_error("not now");
+    ++stops;
+    OpenAdapter::StopAcquisition();
+  }
+  bool refuseStop = false;
+  int disconnects = 0;
+  int stops = 0;
+};
+
 inline vireo::common::Parameter makeParameter(const std::string& name, vireo::common::ParameterValue value) {
   vireo::common::Parameter parameter;
   parameter.name = name;

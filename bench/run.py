@@ -34,7 +34,8 @@ def run(program, repetitions):
     """All repetitions of every benchmark of a program: {name: [result, ...]}."""
     with tempfile.NamedTemporaryFile(suffix=".json") as out:
         command = [program, f"--benchmark_repetitions={repetitions}", "--benchmark_out_format=json",
-                   "--benchmark_enable_random_interleaving=true", f"--benchmark_out={out.name}"]
+                   "--benchmark_enable_random_interleaving=true", "--benchmark_min_time=0.1",
+                   f"--benchmark_out={out.name}"]
         subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
         with open(out.name) as results:
             text = results.read()
@@ -128,7 +129,7 @@ def processor():
 
 def main():
     binaries, page = sys.argv[1], sys.argv[2]
-    repetitions = int(sys.argv[3]) if len(sys.argv) > 3 else 9
+    repetitions = int(sys.argv[3]) if len(sys.argv) > 3 else 7
     results = {}
     for program in PROGRAMS:
         print(f"running {program}", flush=True)

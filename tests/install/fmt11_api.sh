@@ -29,6 +29,11 @@ grep -h '"command"' "$BUILD_DIR/compile_commands.json" | grep -E '/(foundation|c
   sed -E 's/^ *"command": "//; s/",?$//; s/\\(["\\])/\1/g' |
   sed -E "s% -o [^ ]+ -c % -isystem $headers -fsyntax-only -Werror %" >"$WORK_DIR/fmt11-commands.txt"
 sed -Ei 's/^[^ ]*ccache //' "$WORK_DIR/fmt11-commands.txt"
+# Only those that format something, each by its own name.
+formatting=$(cd "$SOURCE_DIR" && git ls-files 'foundation/*.cpp' 'common/*.cpp' 'genicam/*.cpp' 'host/*.cpp' |
+  xargs grep -lE 'fmt::|BRIO_(LOG|TRACE)')
+grep -F "$(sed 's|^|/|' <<<"$formatting")" "$WORK_DIR/fmt11-commands.txt" >"$WORK_DIR/fmt11-formatting.txt"
+mv "$WORK_DIR/fmt11-formatting.txt" "$WORK_DIR/fmt11-commands.txt"
 cd "$BUILD_DIR"
 xargs -P "$(nproc)" -d '\n' -n 1 bash -c <"$WORK_DIR/fmt11-commands.txt"
 echo "$(wc -l <"$WORK_DIR/fmt11-commands.txt") sources compile against fmt 11's interface"

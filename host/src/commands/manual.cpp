@@ -15,7 +15,7 @@ std::vector<CLI::App*> publicCommands(CommandLine& line) {
   return line.app.get_subcommands([](CLI::App* command) { return !command->get_group().empty(); });
 }
 
-std::string roff(std::string text) {
+std::string roff(const std::string& text) {
   std::string escaped;
   for (const char c : text) {
     if (c == '\\') escaped += "\\e";

@@ -3,10 +3,9 @@
 // On a GigE Vision camera on the loopback address.
 #include <gmock/gmock.h>
 
-#include <cstring>
+#include <algorithm>
 
 #include "support/network_camera.h"
-#include "support/process_use.h"
 #include "support/receive_loop.h"
 #include "support/recording_logger.h"
 #include "support/rounds.h"
@@ -17,18 +16,14 @@ using std::chrono::seconds;
 using std::chrono::steady_clock;
 using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::StartsWith;
 using vireo::common::FrameInfo;
 
 namespace {
 
-constexpr const char* lost = "GenICamAdapter: camera control lost";
-constexpr const char* stopped = "GenICamAdapter: acquisition stopped";
-
 class CameraFaults : public testing::Test {
  protected:
-  void SetUp() override { plugIn(); }
+  CameraFaults() { plugIn(); }
 
   void plugIn() {
     camera.emplace();
@@ -48,8 +43,12 @@ class CameraFaults : public testing::Test {
     }
     EXPECT_LT(longest["ReceiveFrame"], milliseconds(500));
     EXPECT_THAT(adapter->CheckConnection().messages, ElementsAre("Camera control lost (signal received)"));
-    EXPECT_EQ(logger.count(lost), 1u);
+    EXPECT_EQ(logger.count("GenICamAdapter: camera control lost"), 1u);
     note("until noticed", begun);
+  }
+  void stop(const std::string& record) {
+    took("StopAcquisition", [&] { adapter->StopAcquisition(); });
+    EXPECT_THAT(logger.take(), Contains(StartsWith(record)));
   }
   void disconnect() {
     took("Disconnect", [&] { adapter->Disconnect(); });
@@ -82,37 +81,22 @@ class CameraFaults : public testing::Test {
 }  // namespace
 
 TEST_F(CameraFaults, UnpluggedWhileAcquiring) {
-  ProcessUse settled;
-  for (int round = 1; round <= rounds(3, 20); ++round) {
-    SCOPED_TRACE("round " + std::to_string(round));
+  repeatWithoutGrowth(rounds(3, 20), [&](int round) {
     if (!camera) plugIn();
     connectAndReceive();
     logger.take();
     camera.reset();
-    switch (round % 3) {
-      case 0:  // the host has not noticed
-        took("Disconnect", [&] { adapter->Disconnect(); });
-        break;
-      case 1:
-        receiveUntilLost();
-        EXPECT_EQ(receive(*adapter, memory, info, 1, 1), 0);
-        took("StopAcquisition", [&] { adapter->StopAcquisition(); });
-        EXPECT_THAT(logger.take(),
-                    Contains(StartsWith("StopAcquisition|30|GenICamAdapter: AcquisitionStop error: ")));
-        disconnect();
-        break;
-      default:  // the next one finds nothing of this one
-        receiveUntilLost();
-        took("destruction", [&] { adapter.reset(); });
-        adapter = std::make_unique<OpenAdapter>(NetworkCamera::address, 1.0);
+    if (round % 3 == 0) return disconnect();  // the host has not noticed
+    receiveUntilLost();
+    if (round % 3 == 1) {
+      EXPECT_EQ(receive(*adapter, memory, info, 1, 1), 0);
+      stop("StopAcquisition|30|GenICamAdapter: AcquisitionStop error: ");
+      disconnect();
+    } else {  // the next one finds nothing of this one
+      took("destruction", [&] { adapter.reset(); });
+      adapter = std::make_unique<OpenAdapter>(NetworkCamera::address, 1.0);
     }
-    const ProcessUse use = ProcessUse::now();
-    if (round <= 3) settled = use;
-    EXPECT_EQ(use.threads, settled.threads);
-    EXPECT_EQ(use.descriptors, settled.descriptors);
-    EXPECT_LT(use.heap, settled.heap + 64 * 1024);
-    std::cout << "  round " << round << ": " << use << '\n';
-  }
+  });
   useCamera(NetworkCamera::address);
   EXPECT_THAT(errorOf([&] { adapter->Connect(); }), StartsWith("GenICamAdapter: connection timeout"));
   plugIn();
@@ -127,8 +111,7 @@ TEST_F(CameraFaults, ControlTakenAway) {
     logger.take();
     camera->takeControlAway();
     receiveUntilLost();
-    took("StopAcquisition", [&] { adapter->StopAcquisition(); });
-    EXPECT_THAT(logger.take(), Contains(HasSubstr(stopped)));
+    stop("onControlLost|30|GenICamAdapter: camera control lost");
     disconnect();
   }
   connectAndReceive();
@@ -139,25 +122,21 @@ TEST_F(CameraFaults, CostOfEveryOperationWithADeadCamera) {
   connectAndReceive();
   camera.reset();
   receiveUntilLost();
-  const auto immediately = [&](const char* operation, auto action) {
-    took(operation, action);
-    EXPECT_LT(longest[operation], milliseconds(500)) << operation;
-  };
-  immediately("CheckConnection", [&] { adapter->CheckConnection(); });
-  immediately("GetBasicParams", [&] { adapter->GetBasicParams(); });
-  immediately("GetAcquisitionState", [&] { adapter->GetAcquisitionState(); });
-  immediately("GetNativeParameterDocument", [&] { adapter->GetNativeParameterDocument(); });
-  took("Read",
-       [&] { EXPECT_THAT(errorOf([&] { adapter->Read("Width"); }), StartsWith("Read integer 'Width': ")); });
-  took("Write", [&] {
-    EXPECT_THAT(errorOf([&] { adapter->Write(makeParameter("OffsetX", 0)); }),
-                StartsWith("Write integer 'OffsetX': "));
+  took("questions", [&] {
+    adapter->CheckConnection();
+    adapter->GetBasicParams();
+    adapter->GetAcquisitionState();
+    adapter->GetNativeParameterDocument();
   });
+  EXPECT_LT(longest["questions"], milliseconds(500));
+  took("Read", [&] { EXPECT_NE(errorOf([&] { adapter->Read("Width"); }), "nothing thrown"); });
+  took("Write",
+       [&] { EXPECT_NE(errorOf([&] { adapter->Write(makeParameter("OffsetX", 0)); }), "nothing thrown"); });
   if (rounds(0, 1) == 1) {  // a time-out for every feature
     took("Scan", [&] { adapter->Scan(); });
     took("StartAcquisition", [&] { errorOf([&] { adapter->StartAcquisition({}); }); });
   }
-  took("StopAcquisition", [&] { adapter->StopAcquisition(); });
+  stop("StopAcquisition|20|GenICamAdapter: acquisition stopped");
   disconnect();
 }
 
@@ -171,10 +150,8 @@ TEST_F(CameraFaults, PacketLoss) {
     logger.take();
     camera->losePackets(ratio);
     const int delivered = receive(*adapter, memory, info, 200, rounds(100, 2000));
-    const auto records = logger.take();
-    const auto recycled = std::count_if(records.begin(), records.end(), [](const std::string& record) {
-      return record.find("GenICamAdapter: buffer status=") != std::string::npos;
-    });
+    const auto recycled = std::ranges::count_if(
+        logger.take(), [](const std::string& record) { return record.find("recycling") != record.npos; });
     std::cout << "  " << ratio * 100 << " %: " << delivered << " delivered, " << recycled << " recycled\n";
     EXPECT_GT(recycled, 0);
     camera->losePackets(0.0);
@@ -191,6 +168,7 @@ TEST_F(CameraFaults, SettingsChangedByAnotherClient) {
   // The simulated camera itself is not up to this and complains of it through GLib.
   const auto complaints = g_log_set_default_handler([](auto...) {}, nullptr);
   constexpr std::size_t spanSize = 640 * 512;
+  constexpr std::uint32_t mono8 = ARV_PIXEL_FORMAT_MONO_8;
   const struct {
     const char* change;
     std::uint32_t where;
@@ -200,12 +178,10 @@ TEST_F(CameraFaults, SettingsChangedByAnotherClient) {
       {"smaller", ARV_FAKE_CAMERA_REGISTER_WIDTH, 64, 512},
       {"larger", ARV_FAKE_CAMERA_REGISTER_WIDTH, 640, 512},
       {"larger than the host's memory", ARV_FAKE_CAMERA_REGISTER_HEIGHT, 2048, 512},
-      {"two bytes a pixel", ARV_FAKE_CAMERA_REGISTER_PIXEL_FORMAT, ARV_PIXEL_FORMAT_MONO_16,
-       ARV_PIXEL_FORMAT_MONO_8},
-      {"three bytes a pixel", ARV_FAKE_CAMERA_REGISTER_PIXEL_FORMAT, ARV_PIXEL_FORMAT_RGB_8_PACKED,
-       ARV_PIXEL_FORMAT_MONO_8},
+      {"two bytes a pixel", ARV_FAKE_CAMERA_REGISTER_PIXEL_FORMAT, ARV_PIXEL_FORMAT_MONO_16, mono8},
+      {"three bytes a pixel", ARV_FAKE_CAMERA_REGISTER_PIXEL_FORMAT, ARV_PIXEL_FORMAT_RGB_8_PACKED, mono8},
   };
-  const auto receiveGuarded = [&](const std::string& when) {
+  const auto receiveGuarded = [&] {
     std::vector<std::uint8_t> guarded(spanSize + 4096, 0xEE);
     std::span<std::uint8_t> span(guarded.data(), spanSize);
     int got = 0;
@@ -213,9 +189,9 @@ TEST_F(CameraFaults, SettingsChangedByAnotherClient) {
       bool received = false;
       adapter->ReceiveFrame(received, 0, span, info);
       got += received;
-      EXPECT_TRUE(!received || info.size <= spanSize) << when;
+      EXPECT_TRUE(!received || info.size <= spanSize);
     }
-    EXPECT_EQ(std::count(guarded.begin() + spanSize, guarded.end(), 0xEE), 4096) << when;
+    EXPECT_EQ(std::count(guarded.begin() + spanSize, guarded.end(), 0xEE), 4096);
     return got;
   };
   for (const auto& row : rows) {
@@ -224,15 +200,13 @@ TEST_F(CameraFaults, SettingsChangedByAnotherClient) {
       connectAndReceive();
       if (!during) adapter->StopAcquisition();
       camera->setRegister(row.where, row.value);
-      if (during) {
-        receiveGuarded("while acquiring");
-        adapter->StopAcquisition();
-      }
+      if (during) receiveGuarded();
+      adapter->StopAcquisition();
       // A new start takes the new size; a frame is refused only where the host's memory is too small.
       adapter->StartAcquisition({});
       const auto expected = static_cast<std::uint64_t>(adapter->Read("PayloadSize").GetValue<int>());
       logger.take();
-      const int got = receiveGuarded("after a new start");
+      const int got = receiveGuarded();
       if (expected > spanSize) {
         EXPECT_EQ(got, 0);
         EXPECT_THAT(logger.take(), Contains(StartsWith("ReceiveFrame|40|GenICamAdapter: frame too large")));

@@ -7,19 +7,17 @@
 #include <thread>
 #include <vector>
 
-#include "support/process_use.h"
+#include "support/receive_frames.h"
 #include "support/rounds.h"
-#include "vireo/common/adapter_base.h"
 
 using vireo::common::AdapterBase;
-using vireo::common::FrameInfo;
 
 namespace {
 
 /// One load of the plug-in.
 class Plugin {
  public:
-  explicit Plugin(const char* file = VIREO_PLUGIN) : library_(dlopen(file, RTLD_NOW | RTLD_LOCAL)) {
+  Plugin() : library_(dlopen(VIREO_PLUGIN, RTLD_NOW | RTLD_LOCAL)) {
     if (library_ == nullptr) throw std::runtime_error(dlerror());
   }
   ~Plugin() { dlclose(library_); }
@@ -43,15 +41,8 @@ class Plugin {
     EXPECT_FALSE(adapter->Connect().empty());
     adapter->StartAcquisition(2);
     std::vector<std::uint8_t> memory(1 << 20);
-    std::span<std::uint8_t> span(memory);
-    FrameInfo info;
-    int frames = 0;
-    for (int attempt = 0; attempt < 50 && frames < 2; ++attempt) {
-      bool received = false;
-      adapter->ReceiveFrame(received, 0, span, info);
-      frames += received;
-    }
-    EXPECT_EQ(frames, 2);
+    vireo::common::FrameInfo info;
+    EXPECT_EQ(receive(*adapter, memory, info, 2), 2);
     EXPECT_EQ(adapter->GetAcquisitionState().mode, vireo::common::AcquisitionMode::Stopped);
   }
 
@@ -63,17 +54,7 @@ class Plugin {
 
 TEST(PluginLoading, IsLoadedUsedAndUnloadedManyTimes) {
   ASSERT_EQ(dlopen(VIREO_PLUGIN, RTLD_NOW | RTLD_NOLOAD), nullptr);
-  ProcessUse settled;
-  for (int round = 1; round <= rounds(10, 100); ++round) {
-    SCOPED_TRACE("round " + std::to_string(round));
-    Plugin().use();
-    const ProcessUse use = ProcessUse::now();
-    if (round <= 3) settled = use;
-    EXPECT_EQ(use.threads, settled.threads);
-    EXPECT_EQ(use.descriptors, settled.descriptors);
-    EXPECT_LT(use.heap, settled.heap + 64 * 1024);
-  }
-  std::cout << "  after the third round: " << settled << "\n  at the end: " << ProcessUse::now() << '\n';
+  repeatWithoutGrowth(rounds(10, 100), [](int) { Plugin().use(); });
 }
 
 TEST(PluginLoading, TwoLoadsStandBesideEachOther) {

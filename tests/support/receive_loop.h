@@ -3,22 +3,32 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstdint>
 #include <thread>
-#include <vector>
 
-#include "support/simulated_camera.h"
+#include "support/receive_frames.h"
+
+/// A thread that does something again and again until it is destroyed.
+class Repeating {
+ public:
+  template <typename Action>
+  explicit Repeating(Action action)
+      : thread_([this, action] {
+          while (!stop_) action();
+        }) {}
+  ~Repeating() {
+    stop_ = true;
+    thread_.join();
+  }
+
+ private:
+  std::atomic<bool> stop_{false};
+  std::thread thread_;
+};
 
 /// A host's receiving thread: receives as fast as it can until it is destroyed, and counts the frames.
 class ReceiveLoop {
  public:
   explicit ReceiveLoop(vireo::common::AdapterBase& adapter) : thread_([this, &adapter] { run(adapter); }) {}
-  ~ReceiveLoop() {
-    stop_ = true;
-    thread_.join();
-  }
-  ReceiveLoop(const ReceiveLoop&) = delete;
-  ReceiveLoop& operator=(const ReceiveLoop&) = delete;
 
   /// Returns when `more` frames have come, or false after ten seconds.
   bool waitFor(long more) const {
@@ -31,16 +41,13 @@ class ReceiveLoop {
 
  private:
   void run(vireo::common::AdapterBase& adapter) {
-    std::vector<std::uint8_t> memory(1 << 20);
-    vireo::common::FrameInfo info;
-    while (!stop_) {
-      const int got = receive(adapter, memory, info, 1, 1);
-      frames_ += got;
-      if (got == 0) std::this_thread::yield();
-    }
+    const int got = receive(adapter, memory_, info_, 1, 1);
+    frames_ += got;
+    if (got == 0) std::this_thread::yield();
   }
 
-  std::atomic<bool> stop_{false};
+  std::vector<std::uint8_t> memory_ = std::vector<std::uint8_t>(1 << 20);
+  vireo::common::FrameInfo info_;
   std::atomic<long> frames_{0};
-  std::thread thread_;
+  const Repeating thread_;
 };

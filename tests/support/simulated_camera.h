@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/receive_frames.h"
 #include "vireo/genicam/adapter.h"
 
 /// The address of the in-process camera, which serves the description of the host tool's simulated camera.
@@ -63,17 +64,4 @@ std::string errorOf(Action&& action) {
     return error.what();
   }
   return "nothing thrown";
-}
-
-/// Receives until `frames` came, for at most `attempts` calls; returns how many came.
-inline int receive(vireo::common::AdapterBase& adapter, std::vector<std::uint8_t>& memory,
-                   vireo::common::FrameInfo& info, int frames, int attempts = 50) {
-  std::span<std::uint8_t> span(memory);
-  int got = 0;
-  for (; got < frames && attempts > 0; --attempts) {
-    bool received = false;
-    adapter.ReceiveFrame(received, 0, span, info);
-    got += received;
-  }
-  return got;
 }

@@ -20,17 +20,21 @@ struct Member {
   const char* name;
 };
 
-void print(const char* record, std::size_t size, std::initializer_list<Member> members) {
+void print(const char* record, std::size_t size, std::initializer_list<Member> members = {}) {
   std::cout << record << ' ' << size << '\n';
   for (const Member& member : members) {
     std::cout << "  " << member.offset << ' ' << member.size << ' ' << member.name << '\n';
   }
 }
 
-#define MEMBER(member)                                        \
-  Member {                                                    \
-    offsetof(Record, member), sizeof(Record::member), #member \
-  }
+// A record's members, of which only the names are written down.
+#define MEMBER(member) \
+  { offsetof(Record, member), sizeof(Record::member), #member }
+#define LAYOUT(record, ...)                        \
+  [] {                                             \
+    using Record = record;                         \
+    print(#record, sizeof(record), {__VA_ARGS__}); \
+  }()
 
 struct Interface : AdapterBase {
   static void printLayout() {
@@ -41,17 +45,7 @@ struct Interface : AdapterBase {
   }
 };
 
-void printParameters() {
-  {
-    using Record = Parameter;
-    print("Parameter", sizeof(Record), {MEMBER(name), MEMBER(value), MEMBER(type), MEMBER(metadata)});
-  }
-  {
-    using Record = ParameterMetadata;
-    print("ParameterMetadata", sizeof(Record),
-          {MEMBER(name), MEMBER(min), MEMBER(max), MEMBER(increment), MEMBER(entries), MEMBER(unit),
-           MEMBER(description), MEMBER(readable), MEMBER(writable), MEMBER(optionalValue)});
-  }
+void printAlternatives() {
   std::cout << "ParameterValue " << sizeof(ParameterValue) << '\n';
   const ParameterValue values[] = {0, 0.0F, 0.0, std::string(), false};
   const char* const names[] = {"int", "float", "double", "std::string", "bool"};
@@ -60,62 +54,26 @@ void printParameters() {
   }
 }
 
-void printReports() {
-  {
-    using Record = ReceiveCfg;
-    print("ReceiveCfg", sizeof(Record), {MEMBER(cameraAddress), MEMBER(connectTimeout)});
-  }
-  {
-    using Record = CheckResult;
-    print("CheckResult", sizeof(Record), {MEMBER(ok), MEMBER(messages)});
-  }
-  {
-    using Record = BasicParams;
-    print("BasicParams", sizeof(Record),
-          {MEMBER(exposureTime),
-           MEMBER(frameRate),
-           MEMBER(width),
-           MEMBER(height),
-           MEMBER(offsetX),
-           MEMBER(offsetY),
-           MEMBER(binningHorizontal),
-           MEMBER(binningVertical),
-           MEMBER(maxWidth),
-           MEMBER(maxHeight),
-           MEMBER(pixelBytes),
-           MEMBER(frameSize),
-           MEMBER(exposureTimeParam),
-           MEMBER(frameRateParam),
-           MEMBER(widthParam),
-           MEMBER(heightParam),
-           MEMBER(offsetXParam),
-           MEMBER(offsetYParam),
-           MEMBER(binningHorizontalParam),
-           MEMBER(binningVerticalParam)});
-  }
-  {
-    using Record = NativeDocument;
-    print("NativeDocument", sizeof(Record), {MEMBER(content), MEMBER(extension)});
-  }
-  {
-    using Record = FrameInfo;
-    print("FrameInfo", sizeof(Record),
-          {MEMBER(offsetX), MEMBER(offsetY), MEMBER(width), MEMBER(height), MEMBER(frameId),
-           MEMBER(timestamp), MEMBER(exposureTime), MEMBER(dataType), MEMBER(size)});
-  }
-  {
-    using Record = AcquisitionState;
-    print("AcquisitionState", sizeof(Record), {MEMBER(mode), MEMBER(framesRemaining), MEMBER(frameRate)});
-  }
-}
-
 }  // namespace
 
 int main() {
-  printParameters();
-  printReports();
+  LAYOUT(Parameter, MEMBER(name), MEMBER(value), MEMBER(type), MEMBER(metadata));
+  LAYOUT(ParameterMetadata, MEMBER(name), MEMBER(min), MEMBER(max), MEMBER(increment), MEMBER(entries),
+         MEMBER(unit), MEMBER(description), MEMBER(readable), MEMBER(writable), MEMBER(optionalValue));
+  printAlternatives();
+  LAYOUT(ReceiveCfg, MEMBER(cameraAddress), MEMBER(connectTimeout));
+  LAYOUT(CheckResult, MEMBER(ok), MEMBER(messages));
+  LAYOUT(BasicParams, MEMBER(exposureTime), MEMBER(frameRate), MEMBER(width), MEMBER(height), MEMBER(offsetX),
+         MEMBER(offsetY), MEMBER(binningHorizontal), MEMBER(binningVertical), MEMBER(maxWidth),
+         MEMBER(maxHeight), MEMBER(pixelBytes), MEMBER(frameSize), MEMBER(exposureTimeParam),
+         MEMBER(frameRateParam), MEMBER(widthParam), MEMBER(heightParam), MEMBER(offsetXParam),
+         MEMBER(offsetYParam), MEMBER(binningHorizontalParam), MEMBER(binningVerticalParam));
+  LAYOUT(NativeDocument, MEMBER(content), MEMBER(extension));
+  LAYOUT(FrameInfo, MEMBER(offsetX), MEMBER(offsetY), MEMBER(width), MEMBER(height), MEMBER(frameId),
+         MEMBER(timestamp), MEMBER(exposureTime), MEMBER(dataType), MEMBER(size));
+  LAYOUT(AcquisitionState, MEMBER(mode), MEMBER(framesRemaining), MEMBER(frameRate));
   Interface::printLayout();
-  print("GenICamAdapter", sizeof(GenICamAdapter), {});
-  print("GObjectGuard", sizeof(GObjectGuard<ArvDevice>), {});
-  print("GErrorGuard", sizeof(GErrorGuard), {});
+  print("GenICamAdapter", sizeof(GenICamAdapter));
+  print("GObjectGuard", sizeof(GObjectGuard<ArvDevice>));
+  print("GErrorGuard", sizeof(GErrorGuard));
 }

@@ -11,15 +11,13 @@ namespace {
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
-struct UnpackRow {
-  const char* format;
-  std::size_t width;
-  std::vector<std::uint8_t> bytes;
-  std::vector<std::uint16_t> samples;
-};
-
 TEST(Unpack, TurnsGoldenBytesIntoSamples) {
-  const UnpackRow rows[] = {
+  const struct {
+    const char* format;
+    std::size_t width;
+    std::vector<std::uint8_t> bytes;
+    std::vector<std::uint16_t> samples;
+  } rows[] = {
       {"Mono8", 3, {0, 127, 255}, {0, 127, 255}},
       {"Mono10", 2, {0xff, 0xff, 0x01, 0x02}, {0x3ff, 0x201}},  // bits beyond the tenth are padding
       {"Mono16", 2, {0x34, 0x12, 0xff, 0xff}, {0x1234, 0xffff}},
@@ -36,7 +34,7 @@ TEST(Unpack, TurnsGoldenBytesIntoSamples) {
       {"RGB12", 1, {0x01, 0x00, 0x00, 0x08, 0xff, 0x0f}, {1, 0x800, 0xfff}},
       {"RGB10p", 1, {0x01, 0x08, 0x30, 0x00}, {1, 2, 3}},
   };
-  for (const UnpackRow& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.format);
     const std::optional<PixelLayout> layout = LayoutOf(row.format);
     ASSERT_TRUE(layout);
@@ -53,23 +51,19 @@ TEST(Unpack, TurnsGoldenBytesIntoSamples) {
 
 TEST(Demosaic, GivesEveryPixelTheColoursAroundIt) {
   // One red, two green and one blue level: each colour must come out flat, whatever the order of the tiles.
-  struct Row {
-    BayerOrder order;
-    std::vector<std::uint16_t> tile;
-  };
-  const Row rows[] = {{BayerOrder::RG, {900, 500, 500, 100}},
-                      {BayerOrder::GR, {500, 900, 100, 500}},
-                      {BayerOrder::GB, {500, 100, 900, 500}},
-                      {BayerOrder::BG, {100, 500, 500, 900}}};
-  for (const Row& row : rows) {
+  const std::pair<BayerOrder, std::vector<std::uint16_t>> rows[] = {{BayerOrder::RG, {900, 500, 500, 100}},
+                                                                    {BayerOrder::GR, {500, 900, 100, 500}},
+                                                                    {BayerOrder::GB, {500, 100, 900, 500}},
+                                                                    {BayerOrder::BG, {100, 500, 500, 900}}};
+  for (const auto& [order, tile] : rows) {
     Picture mosaic{5, 3, 1, 10, {}};
-    for (std::size_t i = 0; i < 15; ++i) mosaic.samples.push_back(row.tile[i / 5 % 2 * 2 + i % 5 % 2]);
-    const Picture colour = Demosaic(mosaic, row.order);
+    for (std::size_t i = 0; i < 15; ++i) mosaic.samples.push_back(tile[i / 5 % 2 * 2 + i % 5 % 2]);
+    const Picture colour = Demosaic(mosaic, order);
     ASSERT_EQ(colour.samples.size(), 45u);
     for (std::size_t i = 0; i < 45; i += 3) {
       EXPECT_THAT(std::vector(colour.samples.begin() + i, colour.samples.begin() + i + 3),
                   ElementsAre(900, 500, 100))
-          << "pixel " << i / 3 << " of order " << static_cast<int>(row.order);
+          << "pixel " << i / 3 << " of order " << static_cast<int>(order);
     }
   }
   // A gradient: the middle pixel is red; its green is the mean of four, its blue of the four corners.
@@ -79,11 +73,7 @@ TEST(Demosaic, GivesEveryPixelTheColoursAroundIt) {
 }
 
 TEST(StreamStatistics, CountsLostFramesAcrossTheWrapOfShortIds) {
-  struct Row {
-    std::vector<std::uint64_t> ids;
-    std::uint64_t lost;
-  };
-  const Row rows[] = {
+  const std::pair<std::vector<std::uint64_t>, std::uint64_t> rows[] = {
       {{7, 8, 9}, 0},
       {{7, 10, 11, 13}, 3},
       {{65534, 65535, 1, 2}, 0},
@@ -93,12 +83,11 @@ TEST(StreamStatistics, CountsLostFramesAcrossTheWrapOfShortIds) {
       {{0x100000000, 5}, 0},       // a counter that was reset
       {{500, 3}, 0},
   };
-  for (const Row& row : rows) {
+  for (const auto& [ids, lost] : rows) {
     StreamStatistics statistics;
     auto time = StreamStatistics::Clock::time_point{};
-    for (const std::uint64_t id : row.ids)
-      statistics.AddFrame(id, 100, time += std::chrono::milliseconds(20));
-    EXPECT_EQ(statistics.Lost(), row.lost) << testing::PrintToString(row.ids);
+    for (const std::uint64_t id : ids) statistics.AddFrame(id, 100, time += std::chrono::milliseconds(20));
+    EXPECT_EQ(statistics.Lost(), lost) << testing::PrintToString(ids);
     EXPECT_NEAR(statistics.FrameRate(), 50.0, 1e-6);
     EXPECT_NEAR(statistics.LongestGap(), 0.02, 1e-9);
   }

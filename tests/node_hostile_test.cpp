@@ -2,18 +2,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "hostile_descriptions.h"
+#include "support/read_text.h"
 #include "vireo/genicam/xml_parser.h"
 
 namespace {
 
 using namespace vireo::genicam;
 
-class Hostile : public testing::TestWithParam<HostileDescription> {};
+struct Hostile : testing::TestWithParam<HostileDescription> {};
 
 TEST_P(Hostile, IsReadOrRefused) {
   const std::string text = GetParam().text(100'000);
@@ -41,11 +39,8 @@ TEST(Hostile, AMillionEntriesKeepTheirIntegers) {
 TEST(Hostile, NoCutDescriptionIsAccepted) {
   for (const auto& file : std::filesystem::directory_iterator(VIREO_TEST_DATA)) {
     if (file.path().extension() != ".xml") continue;
-    std::stringstream whole;
-    whole << std::ifstream(file.path(), std::ios::binary).rdbuf();
-    const std::string text = whole.str();
-    std::size_t end = text.rfind('>');
-    for (std::size_t size = 0; size < end; ++size) {
+    const std::string text = readText(file.path());
+    for (std::size_t size = 0; size < text.rfind('>'); ++size) {
       EXPECT_THROW(XmlParser::parse(text.substr(0, size)), std::runtime_error)
           << file.path() << " cut at " << size;
     }

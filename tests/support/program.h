@@ -7,17 +7,11 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <thread>
 
-inline std::string readText(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
+#include "support/read_text.h"
 
 /// A new empty directory for as long as the object lives.
 class TemporaryDirectory {

@@ -168,33 +168,23 @@ TEST(Disconnect, KeepsEverythingWhenStoppingThrows) {
 }
 
 TEST(Guards, OwnOneReference) {
-  using vireo::genicam::GObjectGuard;
-  ArvBuffer* const one = arv_buffer_new(1, nullptr);
-  ArvBuffer* const two = arv_buffer_new(1, nullptr);
-  g_object_ref(one);
-  g_object_ref(two);
+  using Guard = vireo::genicam::GObjectGuard<ArvBuffer>;
+  const Guard keptOne(arv_buffer_new(1, nullptr));
+  const Guard keptTwo(arv_buffer_new(1, nullptr));
+  const auto another = [](const Guard& kept) { return ARV_BUFFER(g_object_ref(kept.get())); };
+  const auto owners = [](const Guard& kept) { return G_OBJECT(kept.get())->ref_count; };
   {
-    GObjectGuard<ArvBuffer> first(one);
-    GObjectGuard<ArvBuffer> second(two);
-    GObjectGuard<ArvBuffer>& same = first;
+    Guard first(another(keptOne));
+    Guard& same = first;
     first = std::move(same);
-    EXPECT_EQ(G_OBJECT(one)->ref_count, 2u);
-    first = std::move(second);
-    EXPECT_EQ(G_OBJECT(one)->ref_count, 1u);
-    EXPECT_EQ(first.release(), two);
+    EXPECT_EQ(owners(keptOne), 2u);
+    first = Guard(another(keptTwo));
+    EXPECT_EQ(owners(keptOne), 1u);
+    first.reset(another(keptTwo));
+    EXPECT_EQ(owners(keptTwo), 2u);
+    const Guard last(first.release());
     EXPECT_FALSE(first);
-    EXPECT_EQ(G_OBJECT(two)->ref_count, 2u);
-    GObjectGuard<ArvBuffer> third(two);
-    g_object_ref(two);
-    third.reset(two);
-    EXPECT_EQ(G_OBJECT(two)->ref_count, 2u);
+    EXPECT_EQ(owners(keptTwo), 2u);
   }
-  EXPECT_EQ(G_OBJECT(two)->ref_count, 1u);
-  g_object_unref(one);
-  g_object_unref(two);
-
-  vireo::genicam::GErrorGuard error;
-  EXPECT_EQ(error.message(), "");
-  error.error = g_error_new_literal(ARV_DEVICE_ERROR, 1, "broken");
-  EXPECT_EQ(error.message(), "broken");
+  EXPECT_EQ(owners(keptTwo), 1u);
 }

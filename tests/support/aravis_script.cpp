@@ -4,43 +4,21 @@
 #include <dlfcn.h>
 
 #include <algorithm>
-#include <atomic>
 #include <utility>
 
 namespace {
 
-std::atomic<AravisScript*> installed{nullptr};
-
-std::string named(const char* call, const char* feature) {
-  return std::string(call) + " " + feature;
-}
-
-bool intercepted(const std::string& call, GError** error) {
-  AravisScript* const script = AravisScript::current();
+bool intercepted(const std::string& call, GError** error = nullptr) {
+  AravisScript* const script = AravisScript::current;
   return script != nullptr && script->intercept(call, error);
 }
 
-template <typename T>
-bool answered(const std::string& call, T& value) {
-  const AravisScript* const script = AravisScript::current();
-  const double* const number = script != nullptr ? script->number(call) : nullptr;
-  if (number != nullptr) value = static_cast<T>(*number);
-  return number != nullptr;
+std::optional<double> answered(const std::string& call) {
+  const AravisScript* const script = AravisScript::current;
+  return script != nullptr ? script->number(call) : std::nullopt;
 }
 
 }  // namespace
-
-AravisScript::AravisScript() {
-  installed = this;
-}
-
-AravisScript::~AravisScript() {
-  installed = nullptr;
-}
-
-AravisScript* AravisScript::current() {
-  return installed;
-}
 
 void AravisScript::fail(const std::string& call, const std::string& text, int times) {
   const std::lock_guard lock(mutex_);
@@ -80,9 +58,9 @@ bool AravisScript::intercept(const std::string& call, GError** error) {
   return true;
 }
 
-const double* AravisScript::number(const std::string& call) const {
+std::optional<double> AravisScript::number(const std::string& call) const {
   const auto found = numbers_.find(call);
-  return found == numbers_.end() ? nullptr : &found->second;
+  return found == numbers_.end() ? std::nullopt : std::optional(found->second);
 }
 
 #define REAL(function) \
@@ -93,60 +71,60 @@ extern "C" {
 ArvDevice* arv_open_device(const char* id, GError** error) {
   REAL(arv_open_device);
   if (intercepted("open", error)) return nullptr;
-  AravisScript* const script = AravisScript::current();
-  if (script != nullptr && script->opened != nullptr) {
-    return reinterpret_cast<ArvDevice*>(g_object_ref(script->opened));
-  }
-  return real(id, error);
+  const AravisScript* const script = AravisScript::current;
+  if (script == nullptr || script->opened == nullptr) return real(id, error);
+  return reinterpret_cast<ArvDevice*>(g_object_ref(script->opened));
 }
 
 const char* arv_device_get_genicam_xml(ArvDevice* device, size_t* size) {
   REAL(arv_device_get_genicam_xml);
-  if (intercepted("get_xml", nullptr)) return nullptr;
-  const AravisScript* const script = AravisScript::current();
+  if (intercepted("get_xml")) return nullptr;
+  const AravisScript* const script = AravisScript::current;
   if (script == nullptr || !script->xml) return real(device, size);
   *size = script->xml->size();
   return script->xml->data();
 }
 
-#define NUMBER_GETTER(type, function, call)                               \
+#define GETTER(type, function, call)                                      \
   type function(ArvDevice* device, const char* feature, GError** error) { \
     REAL(function);                                                       \
-    type value{};                                                         \
-    if (intercepted(named(call, feature), error)) return value;           \
-    if (answered(named(call, feature), value)) return value;              \
+    const std::string name = call " " + std::string(feature);             \
+    if (intercepted(name, error)) return {};                              \
+    if (const auto number = answered(name)) return type(*number);         \
     return real(device, feature, error);                                  \
   }
-NUMBER_GETTER(gint64, arv_device_get_integer_feature_value, "get_integer")
-NUMBER_GETTER(double, arv_device_get_float_feature_value, "get_float")
-NUMBER_GETTER(gboolean, arv_device_get_boolean_feature_value, "get_boolean")
-
-const char* arv_device_get_string_feature_value(ArvDevice* device, const char* feature, GError** error) {
-  REAL(arv_device_get_string_feature_value);
-  return intercepted(named("get_string", feature), error) ? nullptr : real(device, feature, error);
-}
+GETTER(gint64, arv_device_get_integer_feature_value, "get_integer")
+GETTER(double, arv_device_get_float_feature_value, "get_float")
+GETTER(gboolean, arv_device_get_boolean_feature_value, "get_boolean")
 
 #define BOUNDS_GETTER(type, function, call)                                                     \
   void function(ArvDevice* device, const char* feature, type* min, type* max, GError** error) { \
     REAL(function);                                                                             \
-    if (!intercepted(named(call, feature), error)) real(device, feature, min, max, error);      \
+    if (intercepted(call " " + std::string(feature), error)) return;                            \
+    real(device, feature, min, max, error);                                                     \
   }
 BOUNDS_GETTER(gint64, arv_device_get_integer_feature_bounds, "bounds_integer")
 BOUNDS_GETTER(double, arv_device_get_float_feature_bounds, "bounds_float")
 
-#define SETTER(type, function, call)                                                    \
-  void function(ArvDevice* device, const char* feature, type value, GError** error) {   \
-    REAL(function);                                                                     \
-    if (!intercepted(named(call, feature), error)) real(device, feature, value, error); \
+#define SETTER(type, function, call)                                                  \
+  void function(ArvDevice* device, const char* feature, type value, GError** error) { \
+    REAL(function);                                                                   \
+    if (intercepted(call " " + std::string(feature), error)) return;                  \
+    real(device, feature, value, error);                                              \
   }
 SETTER(gint64, arv_device_set_integer_feature_value, "set_integer")
 SETTER(double, arv_device_set_float_feature_value, "set_float")
 SETTER(gboolean, arv_device_set_boolean_feature_value, "set_boolean")
 SETTER(const char*, arv_device_set_string_feature_value, "set_string")
 
+const char* arv_device_get_string_feature_value(ArvDevice* device, const char* feature, GError** error) {
+  REAL(arv_device_get_string_feature_value);
+  return intercepted("get_string " + std::string(feature), error) ? nullptr : real(device, feature, error);
+}
+
 void arv_device_execute_command(ArvDevice* device, const char* feature, GError** error) {
   REAL(arv_device_execute_command);
-  if (!intercepted(named("execute", feature), error)) real(device, feature, error);
+  if (!intercepted("execute " + std::string(feature), error)) real(device, feature, error);
 }
 
 ArvStream* arv_device_create_stream(ArvDevice* device, ArvStreamCallback callback, void* data,
@@ -157,31 +135,30 @@ ArvStream* arv_device_create_stream(ArvDevice* device, ArvStreamCallback callbac
 
 void arv_stream_push_buffer(ArvStream* stream, ArvBuffer* buffer) {
   REAL(arv_stream_push_buffer);
-  intercepted("push_buffer", nullptr);
+  intercepted("push_buffer");
   real(stream, buffer);
 }
 
 ArvBuffer* arv_stream_timeout_pop_buffer(ArvStream* stream, guint64 timeout) {
   REAL(arv_stream_timeout_pop_buffer);
-  return intercepted(named("pop", std::to_string(timeout).c_str()), nullptr) ? nullptr
-                                                                             : real(stream, timeout);
+  return intercepted("pop " + std::to_string(timeout)) ? nullptr : real(stream, timeout);
 }
 
 ArvBufferStatus arv_buffer_get_status(ArvBuffer* buffer) {
   REAL(arv_buffer_get_status);
-  int status = 0;
-  return answered("status", status) ? static_cast<ArvBufferStatus>(status) : real(buffer);
+  const auto status = answered("status");
+  return status ? static_cast<ArvBufferStatus>(*status) : real(buffer);
 }
 
 const void* arv_buffer_get_data(ArvBuffer* buffer, size_t* size) {
   REAL(arv_buffer_get_data);
   const void* const data = real(buffer, size);
-  return intercepted("data", nullptr) ? nullptr : data;
+  return intercepted("data") ? nullptr : data;
 }
 
 ArvPixelFormat arv_buffer_get_image_pixel_format(ArvBuffer* buffer) {
   REAL(arv_buffer_get_image_pixel_format);
-  ArvPixelFormat format = 0;
-  return answered("pixel_format", format) ? format : real(buffer);
+  const auto format = answered("pixel_format");
+  return format ? static_cast<ArvPixelFormat>(*format) : real(buffer);
 }
 }

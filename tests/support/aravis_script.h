@@ -3,6 +3,7 @@
 
 #include <arv.h>
 
+#include <atomic>
 #include <deque>
 #include <functional>
 #include <map>
@@ -17,8 +18,8 @@
 /// the test with aravis_script.cpp, whose functions take the place of the library's.
 class AravisScript {
  public:
-  AravisScript();
-  ~AravisScript();
+  AravisScript() { current = this; }
+  ~AravisScript() { current = nullptr; }
 
   /// The next `times` such calls report an error of this text; an empty text fails without an error.
   void fail(const std::string& call, const std::string& text = "scripted", int times = 1);
@@ -38,10 +39,10 @@ class AravisScript {
   std::size_t count(const std::string& call) const;
 
   // For the functions that take the library's place.
-  static AravisScript* current();
+  static inline std::atomic<AravisScript*> current{nullptr};
   /// Writes the call down; true when it fails here instead of reaching the library.
   bool intercept(const std::string& call, GError** error);
-  const double* number(const std::string& call) const;
+  std::optional<double> number(const std::string& call) const;
 
  private:
   mutable std::mutex mutex_;

@@ -25,9 +25,6 @@ class RecordingLogger final : public brio::fnd::Logger {
       for (; n > 0; --n) start = text.find(':', start) + 1;
       return text.substr(start, text.find(':', start) - start);
     }
-    std::string file() const { return field(3); }
-    std::string function() const { return field(5); }
-    std::string thread() const { return field(6); }
   };
 
   explicit RecordingLogger(std::int32_t level = brio::fnd::loglevel::Debug) {
@@ -49,8 +46,8 @@ class RecordingLogger final : public brio::fnd::Logger {
     const std::lock_guard lock(mutex_);
     std::vector<std::string> lines;
     for (const Entry& entry : entries_) {
-      lines.push_back(entry.function() + "|" + (entry.level ? std::to_string(*entry.level) : "") + "|" +
-                      entry.message());
+      const std::string level = entry.level ? std::to_string(*entry.level) : "";
+      lines.push_back(entry.field(5) + "|" + level + "|" + entry.message());
     }
     entries_.clear();
     return lines;
@@ -58,8 +55,8 @@ class RecordingLogger final : public brio::fnd::Logger {
 
   std::size_t count(const std::string& message) const {
     const std::lock_guard lock(mutex_);
-    return static_cast<std::size_t>(std::count_if(entries_.begin(), entries_.end(),
-                                                  [&](const Entry& e) { return e.message() == message; }));
+    const auto same = [&](const Entry& entry) { return entry.message() == message; };
+    return static_cast<std::size_t>(std::ranges::count_if(entries_, same));
   }
 
  private:

@@ -24,7 +24,7 @@ TEST(PixelFormat, OlderAndRarerNamesFollowTheSameRules) {
   const std::pair<std::uint32_t, std::vector<const char*>> rows[] = {
       {1, {"Mono8Signed", "Mono1Packed", "Mono2Packed"}},
       {2, {"Mono12pmsb", "RGB565Packed", "YUV411Packed", "YUV422Packed", "YUV422_YUYV_Packed", "YCbCr420_8"}},
-      {2, {"Mono10c3a32", "BayerRG12pmsb"}},
+      {2, {"Mono10c3a32", "BayerRG12pmsb", "Polarized10p", "Polarized16"}},
       {3, {"Mono24", "RGB8Packed", "RGB8Planar", "YUV444Packed", "YUV422_10p"}},
       {4, {"RGBA8Packed", "BGRA8Packed", "RGB10V2Packed", "BGR10V1Packed", "RGB10c3a32"}},
       {6, {"BGR10Packed", "RGB16Planar"}},

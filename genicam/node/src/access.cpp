@@ -11,12 +11,6 @@ std::optional<AccessMode> accessMode(std::string_view text) {
   return std::nullopt;
 }
 
-AccessMode imposedAccess(const Properties& properties) {
-  const AccessMode said = accessMode(properties.text(Property::AccessMode)).value_or(AccessMode::ReadWrite);
-  return narrowed(said,
-                  accessMode(properties.text(Property::ImposedAccessMode)).value_or(AccessMode::ReadWrite));
-}
-
 AccessMode narrowed(AccessMode a, AccessMode b) {
   if (a == AccessMode::ReadWrite || a == b) return b;
   if (b == AccessMode::ReadWrite) return a;

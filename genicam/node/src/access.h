@@ -4,16 +4,12 @@
 #include <optional>
 #include <string_view>
 
-#include "properties.h"
 #include "vireo/genicam/node.h"
 
 namespace vireo::genicam {
 
 /// The mode that a text such as RO names.
 std::optional<AccessMode> accessMode(std::string_view text);
-
-/// What a node without a register says of its access: ImposedAccessMode, else AccessMode, else everything.
-AccessMode imposedAccess(const Properties& properties);
 
 /// What both modes allow; NotAvailable when that is nothing.
 AccessMode narrowed(AccessMode a, AccessMode b);

@@ -20,13 +20,6 @@ struct Source {
   std::optional<Number> value() const { return resolver.value(feature.id); }
 };
 
-Visibility visibility(std::string_view text) {
-  if (text == "Expert") return Visibility::Expert;
-  if (text == "Guru") return Visibility::Guru;
-  if (text == "Invisible") return Visibility::Invisible;
-  return Visibility::Beginner;
-}
-
 template <typename Kind>
 Kind withHeader(const Source& source) {
   const Properties& properties = source.properties();
@@ -37,7 +30,7 @@ Kind withHeader(const Source& source) {
   node.description = properties.text(Property::Description);
   if (node.description.empty()) node.description = node.toolTip;
   node.accessMode = source.resolved().access;
-  node.visibility = visibility(properties.text(Property::Visibility));
+  node.visibility = source.resolver.traits(source.feature.id).visibility.value_or(Visibility::Beginner);
   node.category = source.feature.category;
   return node;
 }

@@ -20,10 +20,11 @@ struct Family {
 
 // Longer prefixes first where one begins another. RGBA and BGRA are the older spelling of RGBa and BGRa.
 constexpr std::array kFamilies = {
-    Family{"Mono", 1},    Family{"BayerGR", 1}, Family{"BayerRG", 1},    Family{"BayerGB", 1},
-    Family{"BayerBG", 1}, Family{"RGBa", 4},    Family{"BGRa", 4},       Family{"RGBA", 4},
-    Family{"BGRA", 4},    Family{"RGB", 3},     Family{"BGR", 3},        Family{"R", 1},
-    Family{"G", 1},       Family{"B", 1},       Family{"Confidence", 1}, Family{"Data", 1},
+    Family{"Mono", 1},      Family{"BayerGR", 1}, Family{"BayerRG", 1},    Family{"BayerGB", 1},
+    Family{"BayerBG", 1},   Family{"RGBa", 4},    Family{"BGRa", 4},       Family{"RGBA", 4},
+    Family{"BGRA", 4},      Family{"RGB", 3},     Family{"BGR", 3},        Family{"R", 1},
+    Family{"G", 1},         Family{"B", 1},       Family{"Confidence", 1}, Family{"Data", 1},
+    Family{"Polarized", 1},
 };
 
 // Names of the first GigE Vision standards whose padding no rule of theirs tells.

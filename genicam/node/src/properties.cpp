@@ -67,16 +67,6 @@ Properties::Properties(pugi::xml_node element) {
   }
 }
 
-void Properties::inheritFrom(const Properties& structure) {
-  constexpr std::array kShared = {
-      Property::AccessMode,   Property::ImposedAccessMode, Property::Length,    Property::Sign,
-      Property::PIsAvailable, Property::PIsImplemented,    Property::PIsLocked, Property::Visibility,
-  };
-  for (const Property property : kShared) {
-    if (!has(property)) children[static_cast<std::size_t>(property)] = structure.at(property);
-  }
-}
-
 std::string Properties::text(Property property) const {
   return has(property) ? textOf(at(property)) : std::string();
 }

@@ -46,9 +46,6 @@ class Properties {
  public:
   explicit Properties(pugi::xml_node element);
 
-  /// Takes over what every entry of a struct shares and this one does not say itself.
-  void inheritFrom(const Properties& structure);
-
   bool has(Property property) const { return !at(property).empty(); }
   std::string text(Property property) const;  ///< empty when there is none
   std::optional<std::int64_t> integer(Property property) const;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "register_range.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <limits>
 
@@ -29,7 +30,7 @@ RegisterRange integerRange(std::int64_t bits, bool isSigned) {
 
 }  // namespace
 
-std::optional<RegisterRange> registerRange(ElementKind kind, const Properties& properties) {
+std::optional<RegisterRange> registerRange(ElementKind kind, const Properties& properties, bool isSigned) {
   if (kind == ElementKind::FloatReg) {
     if (properties.integer(Property::Length) != 4) return std::nullopt;
     constexpr double kLargest = std::numeric_limits<float>::max();
@@ -40,7 +41,7 @@ std::optional<RegisterRange> registerRange(ElementKind kind, const Properties& p
   }
   const std::optional<std::int64_t> bits = fieldBits(kind, properties);
   if (!bits) return std::nullopt;
-  return integerRange(*bits, properties.text(Property::Sign) == "Signed");
+  return integerRange(*bits, isSigned);
 }
 
 }  // namespace vireo::genicam

@@ -16,6 +16,6 @@ struct RegisterRange {
 
 /// What a numeric register can hold by its length, sign and bits. Nothing for other nodes, or when the
 /// description does not say.
-std::optional<RegisterRange> registerRange(ElementKind kind, const Properties& properties);
+std::optional<RegisterRange> registerRange(ElementKind kind, const Properties& properties, bool isSigned);
 
 }  // namespace vireo::genicam

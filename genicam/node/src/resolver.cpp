@@ -42,18 +42,21 @@ Resolver::Resolver(const NodeIndex& nodeIndex) : index(nodeIndex), slots(nodeInd
 
 Resolver::State& Resolver::state(NodeId id) {
   if (slots[id] == 0) {
-    State& made = states.emplace_back(index[id].element);
+    State& made = states.emplace_back(index[id].element, index, structureOf(id));
     slots[id] = static_cast<std::uint32_t>(states.size());
-    const pugi::xml_node parent = index[id].element.parent();
-    const bool entry = index[id].kind == ElementKind::StructEntry;
-    if (entry && std::strcmp(parent.name(), "StructReg") == 0) made.properties.inheritFrom(structure(parent));
     made.behind = target(id, Property::PValue);
   }
   return states[slots[id] - 1];
 }
 
-const Properties& Resolver::structure(pugi::xml_node element) {
-  return structures.try_emplace(element, element).first->second;
+// What the struct around an entry says for all of its entries; null for any other node.
+const Traits* Resolver::structureOf(NodeId id) {
+  const pugi::xml_node parent = index[id].element.parent();
+  if (index[id].kind != ElementKind::StructEntry || std::strcmp(parent.name(), "StructReg") != 0)
+    return nullptr;
+  const auto known = structures.find(parent);
+  if (known != structures.end()) return &known->second;
+  return &structures.emplace(parent, Traits(Properties(parent), index)).first->second;
 }
 
 std::optional<NodeId> Resolver::target(NodeId id, Property link) {
@@ -62,12 +65,16 @@ std::optional<NodeId> Resolver::target(NodeId id, Property link) {
 }
 
 void Resolver::markWritable(const std::vector<Feature>& features) {
-  for (const Feature& feature : features) {
-    std::optional<NodeId> id = feature.id;
-    while (id && !state(*id).writable && imposedAccess(properties(*id)) != AccessMode::ReadOnly) {
-      state(*id).writable = true;
-      id = state(*id).behind;
-    }
+  std::vector<NodeId> open;
+  for (const Feature& feature : features) open.push_back(feature.id);
+  while (!open.empty()) {
+    const NodeId id = open.back();
+    open.pop_back();
+    State& own = state(id);
+    if (std::exchange(own.reached, true) || own.traits.allowed() == AccessMode::ReadOnly) continue;
+    own.writable = true;
+    const std::vector<NodeId> targets = writeTargets(id);
+    open.insert(open.end(), targets.begin(), targets.end());
   }
 }
 
@@ -120,11 +127,10 @@ const Resolver::Literal& Resolver::literalBehind(NodeId id) {
   return state(id).literal;
 }
 
-// The number, fixed for good, of the node that a property names.
-std::optional<Number> Resolver::constant(NodeId id, Property link) {
-  const std::optional<NodeId> found = target(id, link);
-  if (!found) return std::nullopt;
-  const Literal& literal = literalBehind(*found);
+// The number, fixed for good, of a node that a property names.
+std::optional<Number> Resolver::constant(std::optional<NodeId> id) {
+  if (!id) return std::nullopt;
+  const Literal& literal = literalBehind(*id);
   return literal.writable ? std::nullopt : literal.number;
 }
 
@@ -135,6 +141,16 @@ std::vector<NodeId> Resolver::valueTargets(NodeId id) {
   for (pugi::xml_node child = index[id].element.first_child(); child; child = child.next_sibling()) {
     if (!isIndexedTarget(child)) continue;
     if (const std::optional<NodeId> found = index.find(textOf(child))) targets.push_back(*found);
+  }
+  return targets;
+}
+
+// A value written to a node goes to its copies too.
+std::vector<NodeId> Resolver::writeTargets(NodeId id) {
+  std::vector<NodeId> targets = valueTargets(id);
+  const pugi::xml_node element = index[id].element;
+  for (auto copy = element.child("pValueCopy"); copy; copy = copy.next_sibling("pValueCopy")) {
+    if (const std::optional<NodeId> found = index.find(textOf(copy))) targets.push_back(*found);
   }
   return targets;
 }
@@ -162,15 +178,15 @@ const Resolved& Resolver::resolve(NodeId wanted) {
 void Resolver::combine(NodeId id) {
   findFault(id);
   findBounds(id);
+  const Traits& traits = state(id).traits;
   Resolved& own = state(id).resolved;
-  own.access = narrowed(accessByItself(id), imposedAccess(properties(id)));
-  const auto isNever = [&](Property condition) {
-    const std::optional<Number> answer = constant(id, condition);
+  own.access = narrowed(accessByItself(id), traits.allowed());
+  const auto isNever = [&](std::optional<NodeId> condition) {
+    const std::optional<Number> answer = constant(condition);
     return answer && isZero(*answer);
   };
-  if (isNever(Property::PIsImplemented) || isNever(Property::PIsAvailable))
-    own.access = AccessMode::NotAvailable;
-  const std::optional<Number> locked = constant(id, Property::PIsLocked);
+  if (isNever(traits.isImplemented) || isNever(traits.isAvailable)) own.access = AccessMode::NotAvailable;
+  const std::optional<Number> locked = constant(traits.isLocked);
   if (locked && !isZero(*locked) && own.access != AccessMode::NotAvailable) own.access = AccessMode::ReadOnly;
 }
 
@@ -183,7 +199,7 @@ AccessMode Resolver::accessByItself(NodeId id) {
     case ElementKind::FloatReg:
     case ElementKind::StringReg:
     case ElementKind::Register:
-      return accessMode(own.text(Property::AccessMode)).value_or(AccessMode::ReadOnly);
+      return traits(id).access.value_or(AccessMode::ReadOnly);
     case ElementKind::SwissKnife:
     case ElementKind::IntSwissKnife:
       return AccessMode::ReadOnly;
@@ -244,13 +260,14 @@ void Resolver::findBounds(NodeId id) {
     found.unit = raw.unit;
     found.representation = raw.representation;
     found.text = raw.text;
-  } else if (const std::optional<RegisterRange> range = registerRange(kind, own.properties)) {
+  } else if (const std::optional<RegisterRange> range =
+                 registerRange(kind, own.properties, own.traits.isSigned == true)) {
     found.min = range->min;
     found.max = range->max;
   }
   const auto take = [&](std::optional<Number>& slot, Property literalBound, Property link) {
     std::optional<Number> bound = numberOf(own.properties, literalBound, kind);
-    if (!bound) bound = constant(id, link);
+    if (!bound) bound = constant(target(id, link));
     if (bound) slot = bound;
   };
   take(found.min, Property::Min, Property::PMin);

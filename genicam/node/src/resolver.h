@@ -13,6 +13,7 @@
 #include "node_index.h"
 #include "number.h"
 #include "properties.h"
+#include "traits.h"
 #include "vireo/genicam/node.h"
 
 namespace vireo::genicam {
@@ -35,10 +36,11 @@ class Resolver {
  public:
   explicit Resolver(const NodeIndex& nodeIndex);
 
-  /// The literals at the end of these nodes' pValue chains can be written, so they are no constants.
+  /// The literals that a write to one of these nodes ends at, through whatever links, are no constants.
   void markWritable(const std::vector<Feature>& features);
 
   const Properties& properties(NodeId id) { return state(id).properties; }
+  const Traits& traits(NodeId id) { return state(id).traits; }
   const Resolved& resolve(NodeId id);
   /// The number that a node starts with: a literal, or a link to one. Nothing when only the camera knows.
   std::optional<Number> value(NodeId id) { return literalBehind(id).number; }
@@ -52,26 +54,30 @@ class Resolver {
   };
 
   struct State {
-    explicit State(pugi::xml_node element) : properties(element) {}
+    State(pugi::xml_node element, const NodeIndex& index, const Traits* shared)
+        : properties(element), traits(properties, index, shared) {}
 
     Properties properties;
+    Traits traits;
     std::optional<NodeId> behind;  ///< the node that pValue names
     Resolved resolved;
     Literal literal;
     Progress resolving = Progress::Open;
     Progress finding = Progress::Open;
+    bool reached = false;  ///< by a feature that may write it
     bool writable = false;
   };
 
   State& state(NodeId id);
-  const Properties& structure(pugi::xml_node element);
+  const Traits* structureOf(NodeId id);
   std::optional<NodeId> target(NodeId id, Property link);
   std::optional<Number> ownLiteral(NodeId id);
   Literal passedOn(NodeId id, const Literal& behind);
   const Literal& literalBehind(NodeId id);
-  std::optional<Number> constant(NodeId id, Property link);
+  std::optional<Number> constant(std::optional<NodeId> id);
   std::string_view shared(NodeId id, Property property, std::string_view behind);
   std::vector<NodeId> valueTargets(NodeId id);
+  std::vector<NodeId> writeTargets(NodeId id);
   void combine(NodeId id);
   AccessMode accessByItself(NodeId id);
   AccessMode sharedByIndexed(NodeId id);
@@ -81,7 +87,7 @@ class Resolver {
   const NodeIndex& index;
   std::vector<std::uint32_t> slots;  ///< 1 + place in states; 0 for a node that nobody asked for
   std::deque<State> states;          ///< grows without moving what it holds
-  std::map<pugi::xml_node, Properties> structures;
+  std::map<pugi::xml_node, Traits> structures;
   std::deque<std::string> texts;
 };
 

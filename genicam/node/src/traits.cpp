@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#include "traits.h"
+
+#include <string>
+
+#include "access.h"
+
+namespace vireo::genicam {
+namespace {
+
+Visibility visibilityOf(const std::string& text) {
+  if (text == "Expert") return Visibility::Expert;
+  if (text == "Guru") return Visibility::Guru;
+  if (text == "Invisible") return Visibility::Invisible;
+  return Visibility::Beginner;
+}
+
+}  // namespace
+
+Traits::Traits(const Properties& own, const NodeIndex& index, const Traits* shared) {
+  const auto take = [&](auto Traits::*field, Property property, const auto& read) {
+    if (own.has(property)) {
+      this->*field = read(own.text(property));
+    } else if (shared != nullptr) {
+      this->*field = shared->*field;
+    }
+  };
+  const auto link = [&](const std::string& name) { return index.find(name); };
+  take(&Traits::access, Property::AccessMode, accessMode);
+  take(&Traits::imposed, Property::ImposedAccessMode, accessMode);
+  take(&Traits::isSigned, Property::Sign, [](const std::string& text) { return text == "Signed"; });
+  take(&Traits::visibility, Property::Visibility, visibilityOf);
+  take(&Traits::isImplemented, Property::PIsImplemented, link);
+  take(&Traits::isAvailable, Property::PIsAvailable, link);
+  take(&Traits::isLocked, Property::PIsLocked, link);
+}
+
+AccessMode Traits::allowed() const {
+  return narrowed(access.value_or(AccessMode::ReadWrite), imposed.value_or(AccessMode::ReadWrite));
+}
+
+}  // namespace vireo::genicam

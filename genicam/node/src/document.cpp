@@ -4,11 +4,13 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <stdexcept>
 #include <string_view>
 
 #include "number.h"
+#include "one_line.h"
 
 namespace vireo::genicam {
 namespace {
@@ -83,17 +85,65 @@ pugi::xml_encoding encodingOf(std::string_view text) {
   return isUtf8(text) ? pugi::encoding_auto : pugi::encoding_latin1;
 }
 
-std::string position(std::string_view text, std::size_t offset) {
-  const std::string_view before = text.substr(0, offset);
-  const std::size_t line = 1 + static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n'));
-  return fmt::format("line {} (byte {})", line, offset);
+std::size_t linesIn(std::string_view text) {
+  return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
-[[noreturn]] void failAt(std::string_view text, std::size_t offset, const char* reason) {
-  const std::size_t end = text.find_last_not_of('\0') + 1;
-  const std::size_t nul = text.substr(0, end).find('\0');
-  if (nul <= offset && !hasWideByteOrderMark(text)) fail(fmt::format("NUL byte at {}", position(text, nul)));
-  fail(fmt::format("not well-formed XML at {}: {}", position(text, std::min(offset, end)), reason));
+std::string position(std::string_view text, std::size_t offset) {
+  return fmt::format("line {} (byte {})", 1 + linesIn(text.substr(0, offset)), offset);
+}
+
+std::size_t bytesPerUnit(pugi::xml_encoding encoding) {
+  if (encoding == pugi::encoding_latin1) return 1;
+  return encoding == pugi::encoding_utf16_le || encoding == pugi::encoding_utf16_be ? 2 : 4;
+}
+
+std::size_t sizeInUtf8(std::uint32_t unit) {
+  const bool halfOfFour = unit >= 0xD800 && unit < 0xE000;
+  if (unit < 0x80) return 1;
+  if (unit < 0x800 || halfOfFour) return 2;
+  return unit < 0x10000 ? 3 : 4;
+}
+
+// The line ends before an offset that counts bytes of UTF-8, in a text of another encoding.
+std::size_t linesIn(std::string_view text, std::size_t offset, pugi::xml_encoding encoding) {
+  const bool littleEndian = encoding == pugi::encoding_utf16_le || encoding == pugi::encoding_utf32_le;
+  const std::size_t width = bytesPerUnit(encoding);
+  std::size_t lines = 0;
+  for (std::size_t at = 0, converted = 0; converted < offset && at + width <= text.size(); at += width) {
+    std::uint32_t unit = 0;
+    for (std::size_t i = 0; i < width; ++i) {
+      const std::size_t place = littleEndian ? width - 1 - i : i;
+      unit = unit << 8 | static_cast<unsigned char>(text[at + place]);
+    }
+    converted += sizeInUtf8(unit);
+    lines += unit == '\n' ? 1 : 0;
+  }
+  return lines;
+}
+
+/// A description whose markup begins at `start`, and how its bytes were read.
+struct Source {
+  std::string_view text;
+  std::size_t start;
+  pugi::xml_encoding encoding;
+
+  bool isConverted() const { return encoding != pugi::encoding_utf8; }
+  /// Where the parser stopped; it counts bytes of what it converted, so only the line is known then.
+  std::string place(std::size_t offset) const {
+    if (!isConverted()) return position(text, std::min(start + offset, text.size()));
+    return fmt::format("line {}",
+                       1 + linesIn(text.substr(0, start)) + linesIn(text.substr(start), offset, encoding));
+  }
+};
+
+[[noreturn]] void failAt(const Source& source, std::size_t offset, const char* reason) {
+  const std::size_t end = source.text.find_last_not_of('\0') + 1;
+  const std::size_t nul = source.text.substr(0, end).find('\0');
+  if (nul <= source.start + offset && !hasWideByteOrderMark(source.text))
+    fail(fmt::format("NUL byte at {}", position(source.text, nul)));
+  const Source whole = {source.text.substr(0, end), source.start, source.encoding};
+  fail(fmt::format("not well-formed XML at {}: {}", whole.place(offset), reason));
 }
 
 }  // namespace
@@ -104,11 +154,12 @@ pugi::xml_node readDocument(const std::string& text, pugi::xml_document& documen
   const std::string_view markup = std::string_view(text).substr(start);
   const pugi::xml_parse_result result =
       document.load_buffer(markup.data(), markup.size(), kParseOptions, encodingOf(markup));
-  if (!result) failAt(text, start + static_cast<std::size_t>(result.offset), result.description());
+  const Source source = {text, start, result.encoding};
+  if (!result) failAt(source, static_cast<std::size_t>(result.offset), result.description());
   const pugi::xml_node root = document.document_element();
   if (std::strcmp(root.name(), kRootElement) != 0) {
-    fail(fmt::format("the root element at {} is '{:.80}', expected '{}'",
-                     position(text, start + static_cast<std::size_t>(root.offset_debug())), root.name(),
+    fail(fmt::format("the root element at {} is '{}', expected '{}'",
+                     source.place(static_cast<std::size_t>(root.offset_debug())), oneLine(root.name()),
                      kRootElement));
   }
   return root;

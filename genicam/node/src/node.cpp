@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "vireo/genicam/node.h"
 
+#include <utility>
+
 namespace vireo::genicam {
 namespace {
 

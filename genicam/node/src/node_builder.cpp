@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "node_builder.h"
 
-#include <utility>
+#include <algorithm>
 
+#include "brio/fnd/log.h"
 #include "document.h"
+#include "one_line.h"
 
 namespace vireo::genicam {
 namespace {
@@ -41,7 +43,7 @@ IntegerNode buildInteger(const Source& source) {
   node.value = toInteger(source.value().value_or(std::int64_t{0}));
   if (resolved.min) node.min = toInteger(*resolved.min);
   if (resolved.max) node.max = toInteger(*resolved.max);
-  if (resolved.increment) node.inc = toInteger(*resolved.increment);
+  if (resolved.increment) node.inc = std::max<std::int64_t>(1, toInteger(*resolved.increment));
   node.unit = resolved.unit;
   return node;
 }
@@ -76,7 +78,12 @@ EnumerationNode buildEnumeration(const Source& source) {
   for (pugi::xml_node entry = source.element().child("EnumEntry"); entry;
        entry = entry.next_sibling("EnumEntry")) {
     const std::string name(trimmed(entry.attribute("Name").value()));
-    const std::optional<std::int64_t> value = parseInteger(textOf(entry.child("Value")));
+    const std::string text = textOf(entry.child("Value"));
+    const std::optional<std::int64_t> value = parseInteger(text);
+    if (!value) {
+      BRIO_LOG_DEBUG("entry '{}' of feature '{}' is left out: Value '{}' is no number", oneLine(name),
+                     oneLine(node.name), oneLine(text));
+    }
     if (name.empty() || !value || !node.entryValues.emplace(name, *value).second) continue;
     if (node.value.empty() && current && toInteger(*current) == *value) node.value = name;
     node.entries.push_back(name);

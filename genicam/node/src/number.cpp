@@ -2,7 +2,6 @@
 #include "number.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -10,6 +9,7 @@
 namespace vireo::genicam {
 namespace {
 
+constexpr std::uint64_t kTwoTo63Bits = std::uint64_t{1} << 63;
 constexpr double kTwoTo63 = 9223372036854775808.0;
 
 bool equalsIgnoringCase(std::string_view text, std::string_view lower) {
@@ -18,13 +18,35 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lower) {
 }
 
 // All of `text` or nothing. from_chars knows no locale and no leading plus.
-template <typename T, typename... Base>
-std::optional<T> whole(std::string_view text, Base... base) {
+template <typename T>
+std::optional<T> whole(std::string_view text, int base = 10) {
   T number{};
   const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number, base...);
+  const auto [stop, error] = std::from_chars(text.data(), end, number, base);
   if (error != std::errc() || stop != end) return std::nullopt;
   return number;
+}
+
+// Whether a decimal number that no double can hold is too large, not too small.
+bool isHuge(std::string_view digits) {
+  const std::size_t end = std::min(digits.find_first_of("eE"), digits.size());
+  const std::string_view mantissa = digits.substr(0, end);
+  const auto first = static_cast<std::int64_t>(mantissa.find_first_of("123456789"));
+  const auto point = static_cast<std::int64_t>(std::min(mantissa.find('.'), mantissa.size()));
+  std::string_view exponent = digits.substr(std::min(end + 1, digits.size()));
+  const bool negative = exponent.starts_with('-');
+  if (exponent.starts_with('+')) exponent.remove_prefix(1);
+  const std::int64_t endless = std::int64_t{negative ? -1 : 1} << 60;
+  return point - first + (exponent.empty() ? 0 : whole<std::int64_t>(exponent).value_or(endless)) > 0;
+}
+
+std::optional<double> parseDecimal(std::string_view digits) {
+  double number = 0;
+  const char* const end = digits.data() + digits.size();
+  const auto [stop, error] = std::from_chars(digits.data(), end, number);
+  if (stop != end || error == std::errc::invalid_argument) return std::nullopt;
+  if (error == std::errc()) return number;
+  return isHuge(digits) ? std::numeric_limits<double>::max() : 0.0;
 }
 
 bool takePrefix(std::string_view& text, char sign) {
@@ -35,7 +57,7 @@ bool takePrefix(std::string_view& text, char sign) {
 
 std::optional<std::uint64_t> parseMagnitude(std::string_view text) {
   if (text.starts_with("0x") || text.starts_with("0X")) return whole<std::uint64_t>(text.substr(2), 16);
-  return whole<std::uint64_t>(text, 10);
+  return whole<std::uint64_t>(text);
 }
 
 }  // namespace
@@ -52,12 +74,19 @@ std::optional<std::int64_t> parseInteger(std::string_view text) {
   const bool negative = takePrefix(digits, '-');
   if (!negative) takePrefix(digits, '+');
   if (const std::optional<std::uint64_t> magnitude = parseMagnitude(digits)) {
+    if (negative && *magnitude > kTwoTo63Bits) return std::numeric_limits<std::int64_t>::min();
     return static_cast<std::int64_t>(negative ? 0 - *magnitude : *magnitude);
   }
-  const std::optional<double> number = whole<double>(digits);
-  if (!number || !(*number >= 0 && *number < kTwoTo63)) return std::nullopt;
-  const auto integer = static_cast<std::int64_t>(*number);
-  return negative ? -integer : integer;
+  const std::optional<double> number = parseDecimal(digits);
+  if (!number || !(*number >= 0)) return std::nullopt;
+  if (*number < kTwoTo63) return static_cast<std::int64_t>(negative ? -*number : *number);
+  return negative ? std::optional(std::numeric_limits<std::int64_t>::min()) : std::nullopt;
+}
+
+std::optional<std::int64_t> parseUpperBound(std::string_view text) {
+  const std::optional<std::int64_t> number = parseInteger(text);
+  const bool wrapped = number && *number < 0 && !trimmed(text).starts_with('-');
+  return wrapped ? std::numeric_limits<std::int64_t>::max() : number;
 }
 
 std::optional<double> parseFloat(std::string_view text) {
@@ -69,7 +98,7 @@ std::optional<double> parseFloat(std::string_view text) {
   if (digits.starts_with("0x") || digits.starts_with("0X")) {
     if (const auto magnitude = parseMagnitude(digits)) number = static_cast<double>(*magnitude);
   } else {
-    number = whole<double>(digits);
+    number = parseDecimal(digits);
   }
   if (!number || std::isnan(*number)) return std::nullopt;
   const double finite = std::min(*number, std::numeric_limits<double>::max());

@@ -15,10 +15,15 @@ using Number = std::variant<std::int64_t, double>;
 std::string_view trimmed(std::string_view text);
 
 /// Decimal or hexadecimal (0x), blanks around it allowed; from 2^63 to 2^64-1 it wraps to the negative number
-/// of the same bits. A whole number written as a float counts. Nothing for what is no such number.
+/// of the same bits, below -2^63 it is -2^63. A number written as a float is truncated. Nothing for what is
+/// no such number.
 std::optional<std::int64_t> parseInteger(std::string_view text);
 
-/// Decimal, exponent or hexadecimal; infinities become the largest double. Nothing for what is no number.
+/// As parseInteger, but from 2^63 to 2^64-1 it is 2^63-1: nothing that large bounds an int64.
+std::optional<std::int64_t> parseUpperBound(std::string_view text);
+
+/// Decimal, exponent or hexadecimal. Beyond the range of a double, and for infinities, it is the largest
+/// double; too small for one it is 0. Nothing for what is no number.
 std::optional<double> parseFloat(std::string_view text);
 
 /// true/false, yes/no in any case, or a number.

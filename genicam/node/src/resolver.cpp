@@ -9,6 +9,7 @@
 
 #include "access.h"
 #include "document.h"
+#include "one_line.h"
 #include "register_range.h"
 
 namespace vireo::genicam {
@@ -30,6 +31,11 @@ bool isFloat(ElementKind kind) {
 std::optional<Number> numberOf(const Properties& properties, Property property, ElementKind kind) {
   if (isFloat(kind)) return properties.number(property);
   return properties.integer(property);
+}
+
+std::optional<Number> boundOf(const Properties& properties, Property property, ElementKind kind) {
+  if (property != Property::Max || isFloat(kind)) return numberOf(properties, property, kind);
+  return parseUpperBound(properties.text(property));
 }
 
 bool isIndexedTarget(pugi::xml_node child) {
@@ -214,9 +220,20 @@ AccessMode Resolver::accessByItself(NodeId id) {
   return index[id].kind == ElementKind::Command ? AccessMode::WriteOnly : AccessMode::ReadWrite;
 }
 
+// What the index selects is not known yet: all of it counts but what is never there, and where read-only
+// meets write-only nothing is ruled out.
 AccessMode Resolver::sharedByIndexed(NodeId id) {
   AccessMode shared = AccessMode::ReadWrite;
-  for (const NodeId behind : valueTargets(id)) shared = narrowed(shared, state(behind).resolved.access);
+  const pugi::xml_node element = index[id].element;
+  bool anyOffered = element.child("ValueIndexed") || element.child("ValueDefault");
+  const std::vector<NodeId> targets = valueTargets(id);
+  for (const NodeId behind : targets) {
+    const AccessMode access = state(behind).resolved.access;
+    if (access == AccessMode::NotAvailable) continue;
+    anyOffered = true;
+    shared = narrowed(shared, access);
+  }
+  if (!anyOffered && !targets.empty()) return AccessMode::NotAvailable;
   return shared == AccessMode::NotAvailable ? AccessMode::ReadWrite : shared;
 }
 
@@ -226,24 +243,25 @@ void Resolver::findFault(NodeId id) {
   if (own.has(Property::PValue)) {
     const std::optional<NodeId> behind = state(id).behind;
     if (!behind) {
-      fault = fmt::format("pValue '{:.80}' names no node", own.text(Property::PValue));
+      fault = fmt::format("pValue '{}' names no node", oneLine(own.text(Property::PValue)));
     } else if (state(*behind).resolving == Progress::Active) {
       fault = "its pValue leads back to itself";
     } else if (index[*behind].kind == ElementKind::Category) {
-      fault = fmt::format("pValue '{:.80}' names a category", index[*behind].name);
+      fault = fmt::format("pValue '{}' names a category", oneLine(index[*behind].name));
     } else if (!state(*behind).resolved.fault.empty()) {
-      fault = fmt::format("pValue '{:.80}' cannot be understood either", index[*behind].name);
+      fault = fmt::format("pValue '{}' cannot be understood either", oneLine(index[*behind].name));
     }
     return;
   }
   const bool number = index[id].kind == ElementKind::Integer || index[id].kind == ElementKind::Float ||
                       index[id].kind == ElementKind::Enumeration;
-  if (!own.has(Property::Value)) return;
+  const std::string value = own.text(Property::Value);
+  if (value.empty()) return;
   if (number && !numberOf(own, Property::Value, index[id].kind)) {
-    fault = fmt::format("Value '{:.80}' is no number", own.text(Property::Value));
+    fault = fmt::format("Value '{}' is no number", oneLine(value));
   }
-  if (index[id].kind == ElementKind::Boolean && !parseBoolean(own.text(Property::Value))) {
-    fault = fmt::format("Value '{:.80}' is neither true nor false", own.text(Property::Value));
+  if (index[id].kind == ElementKind::Boolean && !parseBoolean(value)) {
+    fault = fmt::format("Value '{}' is neither true nor false", oneLine(value));
   }
 }
 
@@ -265,19 +283,29 @@ void Resolver::findBounds(NodeId id) {
     found.min = range->min;
     found.max = range->max;
   }
-  const auto take = [&](std::optional<Number>& slot, Property literalBound, Property link) {
-    std::optional<Number> bound = numberOf(own.properties, literalBound, kind);
-    if (!bound) bound = constant(target(id, link));
-    if (bound) slot = bound;
-  };
-  take(found.min, Property::Min, Property::PMin);
-  take(found.max, Property::Max, Property::PMax);
-  take(found.increment, Property::Inc, Property::PInc);
-  // 0xFFFFFFFFFFFFFFFF as an upper bound means none, and wraps to -1.
-  if (found.min && found.max && toFloat(*found.max) < toFloat(*found.min)) found.max.reset();
+  takeBounds(id);
   found.unit = shared(id, Property::Unit, found.unit);
   found.representation = shared(id, Property::Representation, found.representation);
   if (kind == ElementKind::String) found.text = shared(id, Property::Value, found.text);
+}
+
+// What the node says itself, over what it has from its register or the node behind it.
+void Resolver::takeBounds(NodeId id) {
+  Resolved& found = state(id).resolved;
+  const ElementKind kind = index[id].kind;
+  const auto said = [&](Property literalBound, Property link) {
+    const std::optional<Number> bound = boundOf(properties(id), literalBound, kind);
+    return bound ? bound : constant(target(id, link));
+  };
+  const auto [rawMin, rawMax] = std::pair(found.min, found.max);
+  const auto clash = [&] { return found.min && found.max && toFloat(*found.max) < toFloat(*found.min); };
+  if (const auto min = said(Property::Min, Property::PMin)) found.min = min;
+  if (const auto max = said(Property::Max, Property::PMax)) found.max = max;
+  // 0xFFFFFFFFFFFFFFFF behind pMax means no bound, and wraps to -1.
+  if (clash()) found.max = rawMax;
+  if (clash()) found.min = rawMin;
+  const std::optional<Number> increment = said(Property::Inc, Property::PInc);
+  if (increment && toFloat(*increment) > 0) found.increment = increment;
 }
 
 std::string_view Resolver::shared(NodeId id, Property property, std::string_view behind) {

@@ -83,6 +83,7 @@ class Resolver {
   AccessMode sharedByIndexed(NodeId id);
   void findFault(NodeId id);
   void findBounds(NodeId id);
+  void takeBounds(NodeId id);
 
   const NodeIndex& index;
   std::vector<std::uint32_t> slots;  ///< 1 + place in states; 0 for a node that nobody asked for

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "vireo/genicam/xml_parser.h"
 
-#include <algorithm>
-#include <utility>
-
 #include "brio/fnd/log.h"
 #include "document.h"
 #include "feature_list.h"
 #include "node_builder.h"
 #include "node_index.h"
+#include "one_line.h"
 #include "resolver.h"
 
 namespace vireo::genicam {
@@ -26,7 +24,7 @@ NodeMap XmlParser::parse(const std::string& xml) {
     if (fault.empty()) {
       nodes.emplace(name, buildNode(index, resolver, feature));
     } else {
-      BRIO_LOG_DEBUG("feature '{:.80}' is left out: {}", name, fault);
+      BRIO_LOG_DEBUG("feature '{}' is left out: {}", oneLine(name), fault);
     }
   }
   return nodes;

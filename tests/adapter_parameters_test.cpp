@@ -9,18 +9,14 @@
 #include "support/recording_logger.h"
 #include "support/simulated_camera.h"
 
-using testing::Contains;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
+using namespace testing;
 using vireo::common::DataType;
 using vireo::common::Parameter;
 using vireo::common::ParameterValue;
 
 namespace {
 
-class Parameters : public testing::Test {
+class Parameters : public Test {
  protected:
   void SetUp() override {
     adapter.Connect();
@@ -120,6 +116,8 @@ TEST_F(Parameters, AreConvertedForTheFeatureTheyAreWrittenTo) {
     EXPECT_THAT(logger.take(), ElementsAre(wrote(name, given.GetValueAsString())));
   }
   adapter.Write(makeParameter("AcquisitionFrameRate", 20.1));
+  script.fail("set_float AcquisitionFrameRate");
+  EXPECT_EQ(writeError("AcquisitionFrameRate", 5.0), "Write float 'AcquisitionFrameRate': scripted");
   EXPECT_EQ(adapter.GetBasicParams().frameRate, static_cast<double>(20.1f));
 }
 
@@ -179,11 +177,9 @@ TEST_F(Parameters, ScanListsEveryReadableFeatureWithItsMetadata) {
   EXPECT_THAT(script.takeCalls(), Not(Contains(HasSubstr("Gamma"))));  // not available
   const Parameter width = in(list, "Width");
   EXPECT_EQ(width.type, DataType::Int32);
-  EXPECT_EQ(width.metadata->name, "Width");
   EXPECT_EQ(width.metadata->max, 2048.0);
   EXPECT_EQ(width.metadata->increment, 8.0);
-  EXPECT_TRUE(width.metadata->writable);
-  EXPECT_FALSE(width.metadata->description.empty());
+  EXPECT_TRUE(width.metadata->writable && !width.metadata->description.empty());
   const Parameter exposure = in(list, "ExposureTime");
   EXPECT_EQ(exposure.metadata->unit, "us");
   EXPECT_GT(exposure.metadata->max, exposure.metadata->min);

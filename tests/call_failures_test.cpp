@@ -9,9 +9,7 @@
 #include "support/recording_logger.h"
 #include "support/simulated_camera.h"
 
-using testing::Contains;
-using testing::HasSubstr;
-using testing::Not;
+using namespace testing;
 
 namespace {
 
@@ -128,7 +126,7 @@ Fault expectedOf(const Operation& operation, const std::vector<std::string>& cal
   return {call, "", ""};
 }
 
-class CallFailures : public testing::TestWithParam<Operation> {
+class CallFailures : public TestWithParam<Operation> {
  protected:
   CallFailures() { script.opened = G_OBJECT(device.get()); }
   /// What the operation throws when its call at this place fails.
@@ -183,5 +181,5 @@ TEST_P(CallFailures, AreReportedLeaveARightStateAndARetryWorks) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEvery, CallFailures, testing::ValuesIn(operations),
+INSTANTIATE_TEST_SUITE_P(OfEvery, CallFailures, ValuesIn(operations),
                          [](const auto& row) { return row.param.name; });

@@ -13,9 +13,7 @@
 namespace {
 
 using nlohmann::json;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::StartsWith;
+using namespace testing;
 
 /// A GigE Vision camera in a process of its own, as `vireo-cam simulate` makes it. Only one runs on a
 /// computer, so it waits for others to end.
@@ -265,7 +263,7 @@ TEST(Mistakes, GetOneLineAndTheRightStatus) {
     const auto result = run(arguments);
     EXPECT_EQ(result.status, status);
     EXPECT_THAT(result.out, IsEmpty());
-    EXPECT_THAT(result.err, testing::AllOf(StartsWith("vireo-cam: "), HasSubstr(text)));
+    EXPECT_THAT(result.err, AllOf(StartsWith("vireo-cam: "), HasSubstr(text)));
     EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1);
   }
 }

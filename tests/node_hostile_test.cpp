@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "hostile_descriptions.h"
 #include "support/read_text.h"
 #include "vireo/genicam/xml_parser.h"
@@ -24,17 +22,6 @@ TEST_P(Hostile, IsReadOrRefused) {
 
 INSTANTIATE_TEST_SUITE_P(All, Hostile, testing::ValuesIn(kHostileDescriptions),
                          [](const auto& row) { return std::string(row.param.name); });
-
-TEST(Hostile, AMillionEntriesKeepTheirIntegers) {
-  const auto* const entries =
-      std::find_if(std::begin(kHostileDescriptions), std::end(kHostileDescriptions),
-                   [](const auto& row) { return std::string("entries") == row.name; });
-  const NodeMap nodes = XmlParser::parse(entries->text(1'000'000));
-  const auto& enumeration = std::get<EnumerationNode>(nodes.at("E"));
-  EXPECT_EQ(enumeration.entries.size(), 1'000'000u);
-  EXPECT_EQ(enumeration.entries.back(), "E999999");
-  EXPECT_EQ(enumeration.entryValues.at("E999999"), 999'999);
-}
 
 TEST(Hostile, NoCutDescriptionIsAccepted) {
   for (const auto& file : std::filesystem::directory_iterator(VIREO_TEST_DATA)) {

@@ -4,10 +4,7 @@
 #include <fmt/ranges.h>
 #include <gmock/gmock.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
+#include "support/read_text.h"
 #include "support/recording_logger.h"
 #include "vireo/genicam/xml_parser.h"
 
@@ -16,47 +13,34 @@ namespace {
 using namespace vireo::genicam;
 namespace fs = std::filesystem;
 
-std::string contents(const fs::path& path) {
-  std::stringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
-
 constexpr const char* kAccess[] = {"RO", "WO", "RW", "NA"};
 constexpr const char* kVisibility[] = {"", " Expert", " Guru", " Invisible"};
 
-std::string details(const IntegerNode& node) {
-  return fmt::format("Integer {} of {}..{} by {} '{}'", node.value, node.min, node.max, node.inc, node.unit);
-}
-std::string details(const FloatNode& node) {
-  return fmt::format("Float {} of {:.8g}..{:.8g} '{}' {}", node.value, node.min, node.max, node.unit,
-                     node.representation);
-}
-std::string details(const BooleanNode& node) {
-  return fmt::format("Boolean {}", node.value);
-}
-std::string details(const StringNode& node) {
-  return fmt::format("String '{}'", node.value);
-}
-std::string details(const EnumerationNode& node) {
-  std::string text = fmt::format("Enumeration '{}' of", node.value);
-  for (const std::string& entry : node.entries)
-    text += fmt::format(" {}={}", entry, node.entryValues.at(entry));
-  return text;
-}
-std::string details(const CommandNode&) {
-  return "Command";
-}
-std::string details(const CategoryNode& node) {
-  return fmt::format("Category {}", node.features);
-}
+/// What a feature has of its own, by its kind.
+struct Details {
+  std::string operator()(const IntegerNode& n) const {
+    return fmt::format("Integer {} of {}..{} by {} '{}'", n.value, n.min, n.max, n.inc, n.unit);
+  }
+  std::string operator()(const FloatNode& n) const {
+    return fmt::format("Float {} of {:.8g}..{:.8g} '{}' {}", n.value, n.min, n.max, n.unit, n.representation);
+  }
+  std::string operator()(const EnumerationNode& n) const {
+    std::string text = fmt::format("Enumeration '{}' of", n.value);
+    for (const std::string& entry : n.entries) text += fmt::format(" {}={}", entry, n.entryValues.at(entry));
+    return text;
+  }
+  std::string operator()(const BooleanNode& n) const { return fmt::format("Boolean {}", n.value); }
+  std::string operator()(const StringNode& n) const { return fmt::format("String '{}'", n.value); }
+  std::string operator()(const CommandNode&) const { return "Command"; }
+  std::string operator()(const CategoryNode& n) const { return fmt::format("Category {}", n.features); }
+};
 
 std::string render(const NodeVariant& node) {
   const auto line = [](const auto& kind) {
     const NodeHeader& header = kind;
     return fmt::format("{}/{} {}{}: {} | {} | {} | {}\n", header.category, header.name,
                        kAccess[static_cast<int>(header.accessMode)],
-                       kVisibility[static_cast<int>(header.visibility)], details(kind), header.displayName,
+                       kVisibility[static_cast<int>(header.visibility)], Details()(kind), header.displayName,
                        header.toolTip, header.description);
   };
   return std::visit(line, node);
@@ -70,16 +54,16 @@ std::vector<std::string> descriptionNames() {
   return names;
 }
 
-class Description : public testing::TestWithParam<std::string> {};
+struct Description : testing::TestWithParam<std::string> {};
 
 TEST_P(Description, IsReadAsItsListingSays) {
   const fs::path path = fs::path(VIREO_TEST_DATA) / GetParam();
   const RecordingLogger logger;
   std::string listing;
-  for (const auto& [name, node] : XmlParser::parse(contents(fs::path(path) += ".xml")))
+  for (const auto& [name, node] : XmlParser::parse(readText(fs::path(path) += ".xml")))
     listing += render(node);
   for (const RecordingLogger::Entry& entry : logger.entries()) listing += entry.message() + '\n';
-  EXPECT_EQ(listing, contents(fs::path(path) += ".txt"));
+  EXPECT_EQ(listing, readText(fs::path(path) += ".txt"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Data, Description, testing::ValuesIn(descriptionNames()),

@@ -57,14 +57,6 @@ TEST(PluginLoading, IsLoadedUsedAndUnloadedManyTimes) {
   repeatWithoutGrowth(rounds(10, 100), [](int) { Plugin().use(); });
 }
 
-TEST(PluginLoading, TwoLoadsStandBesideEachOther) {
-  auto first = std::make_unique<Plugin>();
-  const Plugin second;
-  first->use();
-  first.reset();
-  second.use();
-}
-
 TEST(PluginLoading, TwoThreadsLoadAndUseItAtOnce) {
   const auto host = [] {
     for (int round = 0; round < rounds(5, 50); ++round) Plugin().use();

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Links the plug-in's classes and the node library.
 #include <iostream>
-#include <type_traits>
 
 #include "vireo/genicam/adapter.h"
 #include "vireo/genicam/xml_parser.h"

@@ -186,12 +186,9 @@ TEST_F(Acquisition, RestartsOnTheSameStreamUntilThePayloadChanges) {
   adapter.Write(makeParameter("Width", 128));
   logger.take();
   adapter.StartAcquisition({});
-  EXPECT_THAT(
-      logger.take(),
-      ElementsAre("StartAcquisition|20|GenICamAdapter: payload changed to 8192 bytes, recreating stream",
-                  "createStream|20|GenICamAdapter: stream created",
-                  "StartAcquisition|20|GenICamAdapter: starting continuous acquisition",
-                  "pushBuffers|10|GenICamAdapter: pushed 10 buffers (8192 bytes each)"));
+  EXPECT_EQ(logger.take().front(),
+            "StartAcquisition|20|GenICamAdapter: payload changed to 8192 bytes, recreating stream");
+  EXPECT_EQ(script.count("create_stream"), 2u);
   EXPECT_EQ(receive(1), 1);
   EXPECT_EQ(info.size, 8192u);
 }

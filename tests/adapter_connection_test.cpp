@@ -59,20 +59,16 @@ TEST_F(Connect, ReportsEachStepInOrder) {
 }
 
 TEST_F(Connect, TestsTheTimeoutAfterAnAttemptAndKeepsTheLastReportedError) {
-  const struct {
-    double seconds;
-    std::vector<std::string> attempts;  // the error of each; empty: none reported
-    std::string expected;
-  } rows[] = {
+  // How long, the error of each attempt (empty: none reported), what is reported in the end.
+  const std::tuple<double, std::vector<std::string>, std::string> rows[] = {
       {0.0, {""}, ""}, {0.0, {"no such camera"}, ": no such camera"}, {0.5, {"first", ""}, ": first"}};
-  for (const auto& row : rows) {
-    for (const std::string& error : row.attempts) script.fail("open", error);
-    adapter.Initialise({" ", row.seconds});
-    EXPECT_EQ(errorOf([&] { adapter.Connect(); }), "GenICamAdapter: connection timeout" + row.expected);
-    EXPECT_EQ(script.takeCalls().size(), row.attempts.size());
+  for (const auto& [seconds, attempts, reported] : rows) {
+    for (const std::string& error : attempts) script.fail("open", error);
+    adapter.Initialise({" ", seconds});
+    EXPECT_EQ(errorOf([&] { adapter.Connect(); }), "GenICamAdapter: connection timeout" + reported);
+    EXPECT_EQ(script.takeCalls().size(), attempts.size());
     EXPECT_EQ(logger.count("GenICamAdapter: connecting to '(auto)'"), 1u);
-    EXPECT_EQ(logger.count("GenICamAdapter: device '(auto)' not found, retrying..."),
-              row.attempts.size() - 1);
+    EXPECT_EQ(logger.count("GenICamAdapter: device '(auto)' not found, retrying..."), attempts.size() - 1);
     EXPECT_FALSE(adapter.IsConnected());
     logger.take();
   }

@@ -13,8 +13,8 @@ using namespace testing;
 
 namespace {
 
-/// What the host must see when a call fails: the exception's text and a record, empty for none; $ stands for
-/// the feature that the call names. A call that is not listed fails unseen.
+/// What the host must see when a call fails: the exception's text and a record, empty for none; $1 and $2
+/// stand for parts of the call. A call that is not listed fails unseen.
 struct Fault {
   std::string call;
   std::string error;
@@ -31,22 +31,14 @@ struct Operation {
 
 const std::vector<std::string> accessed{"OffsetX", "Gain", "UserOutputValue", "DeviceUserID", "PixelFormat"};
 
-const Fault integerRefresh{"get_integer .*", "",
-                           "scanParameters|10|GenICamAdapter: failed to read integer '$': scripted"};
-const Fault floatRefresh{"get_float .*", "",
-                         "scanParameters|10|GenICamAdapter: failed to read float '$': scripted"};
+const Fault refresh{"get_(integer|float) (.*)", "",
+                    "scanParameters|10|GenICamAdapter: failed to read $1 '$2': scripted"};
 
-const std::vector<Fault> accessFaults{{"get_integer .*", "Read integer '$': scripted", ""},
-                                      {"get_float .*", "Read float '$': scripted", ""},
-                                      {"get_boolean .*", "Read boolean '$': scripted", ""},
-                                      {"get_string PixelFormat", "Read enum '$': scripted", ""},
-                                      {"get_string .*", "Read string '$': scripted", ""},
-                                      {"set_integer .*", "Write integer '$': scripted", ""},
-                                      {"set_float .*", "Write float '$': scripted", ""},
-                                      {"set_boolean .*", "Write boolean '$': scripted", ""},
-                                      {"set_string PixelFormat", "Write enum '$': scripted", ""},
-                                      {"set_string .*", "Write string '$': scripted", ""},
-                                      {"execute .*", "Execute command '$': scripted", ""}};
+const std::vector<Fault> accessFaults{{"get_string PixelFormat", "Read enum 'PixelFormat': scripted", ""},
+                                      {"get_(.*) (.*)", "Read $1 '$2': scripted", ""},
+                                      {"set_string PixelFormat", "Write enum 'PixelFormat': scripted", ""},
+                                      {"set_(.*) (.*)", "Write $1 '$2': scripted", ""},
+                                      {"execute (.*)", "Execute command '$1': scripted", ""}};
 
 void connected(OpenAdapter& adapter) {
   if (!adapter.IsConnected()) adapter.Connect();
@@ -61,15 +53,14 @@ const Operation operations[] = {
     {"Connect",
      [](OpenAdapter& adapter) { adapter.Disconnect(); },
      [](OpenAdapter& adapter) { return std::to_string(adapter.Connect().size()); },
-     {integerRefresh,
-      floatRefresh,
+     {refresh,
       {"open", "GenICamAdapter: connection timeout: scripted", ""},
       {"get_xml", "", "loadNodeMapFromDevice|30|GenICamAdapter: no GenICam XML from device"},
       {"set_integer TLParamsLocked", "", "Connect|10|GenICamAdapter: TLParamsLocked unlock: scripted"}}},
     {"Scan",
      connected,
      [](OpenAdapter& adapter) { return std::to_string(adapter.Scan().size()); },
-     {integerRefresh, floatRefresh}},
+     {refresh}},
     {"Access", connected,
      [](OpenAdapter& adapter) {
        auto values = adapter.Read(accessed);
@@ -91,10 +82,9 @@ const Operation operations[] = {
        adapter.StartAcquisition({});
        return std::string(adapter.acquisitionActive ? "started" : "not active");
      },
-     {integerRefresh,
-      floatRefresh,
+     {refresh,
       {"create_stream", "Create stream: scripted", "checkError|40|Create stream: scripted"},
-      {"execute .*", "Execute $: scripted", "checkError|40|Execute $: scripted"}}},
+      {"execute (.*)", "Execute $1: scripted", "checkError|40|Execute $1: scripted"}}},
     {"Receive",
      started,
      [](OpenAdapter& adapter) {
@@ -117,11 +107,10 @@ Fault expectedOf(const Operation& operation, const std::vector<std::string>& cal
   // After the refresh a start asks for the payload once more and can do without the answer.
   const bool canDoWithout = place + 1 < calls.size() && calls[place + 1] == "create_stream";
   for (const Fault& fault : operation.faults) {
-    if (canDoWithout || !std::regex_match(call, std::regex(fault.call))) continue;
-    const std::string feature = call.substr(call.find(' ') + 1);
-    const std::regex mark("\\$");
-    return {call, std::regex_replace(fault.error, mark, feature),
-            std::regex_replace(fault.record, mark, feature)};
+    const std::regex pattern(fault.call);
+    if (canDoWithout || !std::regex_match(call, pattern)) continue;
+    return {call, std::regex_replace(call, pattern, fault.error),
+            std::regex_replace(call, pattern, fault.record)};
   }
   return {call, "", ""};
 }

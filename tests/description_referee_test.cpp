@@ -80,9 +80,8 @@ Facts theirs(ArvGcNode* node) {
   if (ARV_IS_GC_INTEGER(node)) facts.kind = "Integer";
   if (ARV_IS_GC_FLOAT(node)) facts.kind = "Float";
   if (ARV_IS_GC_STRING(node)) facts.kind = "String";
-  for (const char* const kind : {"Boolean", "Enumeration", "Command", "Category"}) {
+  for (const char* const kind : {"Boolean", "Enumeration", "Command", "Category"})
     if (elementOf(node) == kind) facts.kind = kind;
-  }
   if (!ARV_IS_GC_ENUMERATION(node)) return facts;
   for (const GSList* at = arv_gc_enumeration_get_entries(ARV_GC_ENUMERATION(node)); at; at = at->next) {
     auto* const entry = ARV_GC_ENUM_ENTRY(at->data);

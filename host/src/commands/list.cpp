@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include <fmt/format.h>
 
+#include <cstdio>
 #include <memory>
 
 #include "../camera.h"
 #include "../output_file.h"
 #include "../parameter_rows.h"
 #include "../parameter_values.h"
+#include "brio/fnd/log.h"
 #include "commands.h"
 #include "vireo/genicam/xml_parser.h"
 
@@ -42,9 +44,27 @@ ExitStatus list(Camera& camera, const ListOptions& options) {
   return print(rows, options);
 }
 
+/// While it lives, standard error shows what the parser leaves out of a description, and why.
+class LeftOutRecords final : public brio::fnd::Logger {
+ public:
+  LeftOutRecords() {
+    threshold = brio::fnd::loglevel::Debug;
+    brio::fnd::SetLogger(this);
+  }
+  ~LeftOutRecords() override { brio::fnd::SetLogger(nullptr); }
+
+  void Record(std::int32_t, const std::string& text) override { Record(text); }
+  void Record(const std::string& text) override {
+    const std::size_t message = text.find(": ");
+    if (message != std::string::npos && text.find(" is left out: ") != std::string::npos)
+      fmt::print(stderr, "vireo-cam: {}\n", text.substr(message + 2));
+  }
+};
+
 ExitStatus describe(const ListOptions& options) {
   const std::string document = ReadFile(options.file);
   std::vector<ParameterRow> rows;
+  const LeftOutRecords leftOut;
   try {
     for (const auto& [name, node] : genicam::XmlParser::parse(document)) rows.push_back(RowOf(name, node));
   } catch (const std::runtime_error& error) {

@@ -104,7 +104,9 @@ TEST_F(Connect, TakesThePayloadFromTheCameraElseFromTheLargestFrameElseKeepsIt) 
    public:
     vireo::common::BasicParams GetBasicParams() const override {
       ++asked;
-      return {.frameSize = 77};
+      vireo::common::BasicParams params;
+      params.frameSize = 77;
+      return params;
     }
     mutable int asked = 0;
   } host;

@@ -16,8 +16,8 @@ class BRIO_EXPORT XmlParser {
   /// NULs after the end are allowed. It is read as UTF-8, as UTF-16 where a byte-order mark says so, and as
   /// Latin-1 where it is neither; texts come out in UTF-8. A feature or an enumeration's entry that cannot be
   /// understood is left out, with one debug record of one line. Throws std::runtime_error with position (the
-  /// line alone where the text was not UTF-8) and reason for what is not XML or not a camera description. Time
-  /// and memory grow with the length of the text. Any thread.
+  /// line alone where the text was not UTF-8) and reason for what is not XML or not a camera description.
+  /// Time and memory grow with the length of the text. Any thread.
   static NodeMap parse(const std::string& xml);
 };
 

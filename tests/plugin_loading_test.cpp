@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <memory>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -31,10 +32,14 @@ class Plugin {
 
   /// Connects, receives two frames, stops and destroys, leaving nothing of the adapter.
   void use() const {
-    find<void(const char*)>("arv_set_fake_camera_genicam_filename")(VIREO_SIMULATED_CAMERA);
-    for (const char* interface : {"GigEVision", "USB3Vision"})
-      find<void(const char*)>("arv_disable_interface")(interface);
-    find<void(const char*)>("arv_enable_interface")("Fake");
+    // Aravis's settings are the process's, and not for two threads at once.
+    static std::once_flag simulated;
+    std::call_once(simulated, [this] {
+      find<void(const char*)>("arv_set_fake_camera_genicam_filename")(VIREO_SIMULATED_CAMERA);
+      for (const char* interface : {"GigEVision", "USB3Vision"})
+        find<void(const char*)>("arv_disable_interface")(interface);
+      find<void(const char*)>("arv_enable_interface")("Fake");
+    });
     const std::unique_ptr<AdapterBase, void (*)(AdapterBase*)> adapter(
         find<AdapterBase*()>("CreateAdapter")(), find<void(AdapterBase*)>("destroyAdapter"));
     adapter->Initialise({"Fake_1", 0.0});

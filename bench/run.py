@@ -7,6 +7,7 @@ usage: run.py BIN_DIR PAGE [REPETITIONS]
 
 import json
 import platform
+import re
 import statistics
 import subprocess
 import sys
@@ -40,7 +41,8 @@ def run(program, repetitions):
         with open(out.name) as results:
             text = results.read()
     found = {}
-    for result in json.loads(text)["benchmarks"]:
+    order = lambda result: (result["family_index"], result["per_family_instance_index"])
+    for result in sorted(json.loads(text)["benchmarks"], key=order):  # they ran in random order
         if result["run_type"] == "iteration" and not result.get("error_occurred"):
             found.setdefault(result["run_name"], []).append(result)
     return found
@@ -54,6 +56,12 @@ def nanoseconds(results):
     """Median wall time of one iteration."""
     factor = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}[results[0]["time_unit"]]
     return median(results, "real_time") * factor
+
+
+def spread(results):
+    """How far the middle half of the repetitions lies apart, as a share of their median."""
+    low, middle, high = statistics.quantiles((result["real_time"] for result in results), n=4)
+    return f"{100 * (high - low) / middle:.0f} %"
 
 
 def shown(time):
@@ -70,8 +78,7 @@ def yardstick_of(name):
 
 
 def tidy(name):
-    for part in ("/ours", "/real_time", "/manual_time", "/iterations:1"):
-        name = name.replace(part, "")
+    name = re.sub(r"/(ours|real_time|manual_time|iterations:\d+|min_time:[\d.]+)\b", "", name)
     return name.replace("/", " ")
 
 
@@ -83,8 +90,8 @@ def limits(name):
 
 
 def paired_rows(results):
-    yield "| what | ours | yardstick | ratio | more | must | aim |"
-    yield "| --- | --- | --- | --- | --- | --- | --- |"
+    yield "| what | ours | yardstick | ratio | more | spread | must | aim |"
+    yield "| --- | --- | --- | --- | --- | --- | --- | --- |"
     for name, ours in results.items():
         other = results.get(yardstick_of(name))
         if other is None:
@@ -95,11 +102,11 @@ def paired_rows(results):
                                ("processor_us_per_frame", "processor us a frame")):
                 a, b = median(ours, key), median(other, key)
                 ratio = f"{a / b:.3f}" if b else ""
-                yield f"| {tidy(name)}: {label} | {a:.4g} | {b:.4g} | {ratio} | | {must} | {aim} |"
+                yield f"| {tidy(name)}: {label} | {a:.4g} | {b:.4g} | {ratio} | | | {must} | {aim} |"
             continue
         a, b = nanoseconds(ours), nanoseconds(other)
         more = shown(a - b) if a >= b else "-" + shown(b - a)
-        yield f"| {tidy(name)} | {shown(a)} | {shown(b)} | {a / b:.3f} | {more} | {must} | {aim} |"
+        yield f"| {tidy(name)} | {shown(a)} | {shown(b)} | {a / b:.3f} | {more} | {spread(other)} | {must} | {aim} |"
 
 
 def single_rows(results):
@@ -139,7 +146,8 @@ def main():
         "# Performance", "",
         f"`./dev bench` on {date.today()}: {processor()}, {cores} cores, {platform.system()} "
         f"{platform.release()}. Medians of {repetitions} repetitions in random order, subject and yardstick "
-        "interleaved in one run; wall time.", "",
+        "interleaved in one run; wall time. Spread: how far the middle half of the yardstick's repetitions lies "
+        "apart.", "",
         "## Beside their yardsticks", "",
         "The yardstick of logging is an empty loop, or `fmt::format` of the same text; of receiving, reading, "
         "writing, scanning and connecting, the same Aravis calls in a bare loop; of parsing, `arv_gc_new` on the "

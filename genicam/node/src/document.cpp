@@ -16,6 +16,7 @@ namespace vireo::genicam {
 namespace {
 
 constexpr const char* kRootElement = "RegisterDescription";
+constexpr std::string_view kOpeningTag = "<RegisterDescription";
 
 // Entities other than the five of XML itself are left as they stand, so that none can grow.
 constexpr unsigned kParseOptions = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
@@ -36,11 +37,25 @@ bool hasWideByteOrderMark(std::string_view text) {
          text.starts_with("\0\0\xFE\xFF"sv);
 }
 
+// The first XML declaration or description element that no comment holds. A comment without an end is
+// returned itself, for the parser to complain of.
+std::size_t startOfDescription(std::string_view text) {
+  std::size_t at = text.find('<');
+  while (at != std::string_view::npos) {
+    const std::string_view rest = text.substr(at);
+    if (rest.starts_with("<?xml") || rest.starts_with(kOpeningTag)) return at;
+    const bool comment = rest.starts_with("<!--");
+    const std::size_t end = comment ? text.find("-->", at) : at + 1;
+    if (end == std::string_view::npos) return at;
+    at = text.find('<', end);
+  }
+  return at;
+}
+
 // Some cameras put text, a comment or a byte-order mark before the XML declaration, some have no declaration.
 std::size_t startOfMarkup(std::string_view text) {
   if (hasWideByteOrderMark(text)) return 0;
-  const std::size_t declaration = text.find("<?xml ");
-  if (declaration < text.find(kRootElement)) return declaration;
+  if (const std::size_t start = startOfDescription(text); start != std::string_view::npos) return start;
   for (std::size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at + 1)) {
     if (at + 1 < text.size() && startsMarkup(text[at + 1])) return at;
   }

@@ -38,6 +38,17 @@ std::optional<Number> boundOf(const Properties& properties, Property property, E
   return parseUpperBound(properties.text(property));
 }
 
+bool isText(ElementKind kind) {
+  return kind == ElementKind::String || kind == ElementKind::StringReg;
+}
+
+// A text gets its value from a text, a number from a number.
+bool canStandBehind(ElementKind kind, ElementKind behind) {
+  const bool noValue = behind == ElementKind::Category || behind == ElementKind::Command ||
+                       behind == ElementKind::Register || behind == ElementKind::Other;
+  return !noValue && isText(kind) == isText(behind);
+}
+
 bool isIndexedTarget(pugi::xml_node child) {
   return std::strcmp(child.name(), "pValueIndexed") == 0 || std::strcmp(child.name(), "pValueDefault") == 0;
 }
@@ -246,8 +257,9 @@ void Resolver::findFault(NodeId id) {
       fault = fmt::format("pValue '{}' names no node", oneLine(own.text(Property::PValue)));
     } else if (state(*behind).resolving == Progress::Active) {
       fault = "its pValue leads back to itself";
-    } else if (index[*behind].kind == ElementKind::Category) {
-      fault = fmt::format("pValue '{}' names a category", oneLine(index[*behind].name));
+    } else if (!canStandBehind(index[id].kind, index[*behind].kind)) {
+      fault =
+          fmt::format("pValue '{}' names a {}", oneLine(index[*behind].name), index[*behind].element.name());
     } else if (!state(*behind).resolved.fault.empty()) {
       fault = fmt::format("pValue '{}' cannot be understood either", oneLine(index[*behind].name));
     }

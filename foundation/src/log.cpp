@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 
 #include "brio/fnd/iso_time.h"
@@ -37,12 +38,20 @@ void appendPrefix(fmt::memory_buffer& record, const SourceSite& site) {
                  site.function, ThreadName());
 }
 
+// What a camera says may hold line ends: a record is one line all the same.
+std::string oneLine(const fmt::memory_buffer& record) {
+  std::string line(record.data(), record.size());
+  std::replace(line.begin(), line.end(), '\n', ' ');
+  std::replace(line.begin(), line.end(), '\r', ' ');
+  return line;
+}
+
 // Formatted in place behind its prefix: the message is copied once.
 std::string compose(const SourceSite& site, fmt::string_view format, fmt::format_args args) {
   fmt::memory_buffer record;
   appendPrefix(record, site);
   fmt::vformat_to(fmt::appender(record), format, args);
-  return {record.data(), record.size()};
+  return oneLine(record);
 }
 
 }  // namespace
@@ -66,7 +75,7 @@ std::string ComposeRecord(const SourceSite& site, fmt::string_view message) {
   fmt::memory_buffer record;
   appendPrefix(record, site);
   record.append(message);
-  return {record.data(), record.size()};
+  return oneLine(record);
 }
 
 void ScopedTracer::Write(const std::string& record) {

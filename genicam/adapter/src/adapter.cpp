@@ -28,15 +28,24 @@ namespace {
 
 constexpr std::int32_t streamBuffers = 10;
 constexpr std::uint64_t frameWaitMicroseconds = 100000;
+constexpr std::chrono::seconds signalWait(1);
+
+/// Threads inside `onControlLost`, of any adapter.
+std::atomic<int> controlLossesReported{0};
 
 // The camera library calls this on a thread of its own at any time while connected.
 void onControlLost(ArvDevice*, void* userData) {
   if (userData == nullptr) return;
+  const CountedIn reporting(controlLossesReported);
   static_cast<std::atomic<bool>*>(userData)->exchange(true);
   try {
     BRIO_LOG_WARNING("GenICamAdapter: camera control lost");
   } catch (...) {  // nothing may be thrown through the library that called
   }
+}
+
+unsigned referencesTo(ArvDevice* device) {
+  return static_cast<unsigned>(g_atomic_int_get(&G_OBJECT(device)->ref_count));
 }
 
 std::span<const std::uint8_t> imageBytes(ArvBuffer* buffer, ArvBufferStatus status) {
@@ -97,7 +106,7 @@ std::map<std::string, Parameter> GenICamAdapter::Connect() {
   std::string lastError;
   while (impl_->device == nullptr) {
     GErrorGuard error;
-    impl_->device = arv_open_device(address.empty() ? nullptr : address.c_str(), &error.error);
+    impl_->exchangeDevice(arv_open_device(address.empty() ? nullptr : address.c_str(), &error.error));
     if (impl_->device != nullptr) break;
     if (error.error != nullptr) lastError = error.message();
     const std::chrono::duration<double, std::nano> elapsed = std::chrono::steady_clock::now() - start;
@@ -141,10 +150,11 @@ std::map<std::string, Parameter> GenICamAdapter::Connect() {
 
 void GenICamAdapter::Impl::watchControl() {
   if (!ARV_IS_DEVICE(device)) {
-    const GObjectGuard<ArvDevice> invalid(std::exchange(device, nullptr));
+    const GObjectGuard<ArvDevice> invalid(exchangeDevice(nullptr));
     controlLostHandlerId = 0;
     throw std::runtime_error("GenICamAdapter: invalid device handle");
   }
+  deviceReferences = referencesTo(device);
   controlLostHandlerId =
       g_signal_connect_data(device, "control-lost", G_CALLBACK(onControlLost), &controlLost, nullptr, {});
   controlLost = false;
@@ -163,6 +173,7 @@ void GenICamAdapter::Impl::loadNodeMapFromDevice() {
 
 CheckResult GenICamAdapter::CheckConnection() const {
   BRIO_TRACE_SCOPE();
+  const std::lock_guard lock(impl_->deviceMutex);
   CheckResult result;
   if (!impl_->isUsable()) {
     result.messages.emplace_back("GenICamAdapter is not connected");
@@ -187,11 +198,28 @@ void GenICamAdapter::Disconnect() {
   impl_->connected = false;
 }
 
+ArvDevice* GenICamAdapter::Impl::exchangeDevice(ArvDevice* replacement) {
+  const std::lock_guard lock(deviceMutex);
+  return std::exchange(device, replacement);
+}
+
 void GenICamAdapter::Impl::releaseDevice() {
+  const GObjectGuard<ArvDevice> released(exchangeDevice(nullptr));
+  if (!released) return;
   // By its id: somebody else may hold the device too, and its signal must not reach a dead adapter.
-  const GObjectGuard<ArvDevice> released(std::exchange(device, nullptr));
-  if (released) g_clear_signal_handler(&controlLostHandlerId, released.get());
-  controlLostHandlerId = 0;
+  g_clear_signal_handler(&controlLostHandlerId, released.get());
+  awaitSignalInFlight(released.get());
+}
+
+// A signal on its way holds the device too. Were its reference the last, the camera library's own thread
+// would end the device and wait for itself. A signal that begins from here on finds no handler and holds
+// nothing.
+void GenICamAdapter::Impl::awaitSignalInFlight(ArvDevice* released) const {
+  const auto end = std::chrono::steady_clock::now() + signalWait;
+  const auto isHeld = [&] {
+    return referencesTo(released) > deviceReferences && std::chrono::steady_clock::now() < end;
+  };
+  while (controlLossesReported > 0 || isHeld()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 // ---- Parameters
@@ -383,14 +411,14 @@ void GenICamAdapter::Impl::createStream() {
 
 // Away from the receiving thread: no frame of the earlier acquisition is counted in this one.
 void GenICamAdapter::Impl::resetAcquisition(std::optional<long> frames) {
-  ArvStream* const lent = stream.take();
+  stream.takeBack();
   ++acquisition;
   frameTarget.store(frames);
   framesReceived = 0;
   frameRate = 0.0;
   acquisitionStartTime = std::chrono::steady_clock::now();
   acquisitionMode = frames.value_or(0) > 0 ? AcquisitionMode::Finite : AcquisitionMode::Continuous;
-  stream.put(lent);
+  stream.lend();
 }
 
 void GenICamAdapter::Impl::pushBuffers() {

@@ -34,6 +34,18 @@ class SharedCount {
   std::atomic<bool> engaged_{false};
 };
 
+/// Counts the thread that made it, for as long as it lives.
+class CountedIn {
+ public:
+  explicit CountedIn(std::atomic<int>& count) noexcept : count_(count) { ++count_; }
+  ~CountedIn() { --count_; }
+  CountedIn(const CountedIn&) = delete;
+  CountedIn& operator=(const CountedIn&) = delete;
+
+ private:
+  std::atomic<int>& count_;
+};
+
 /// The state of one camera connection. Destroying it releases nothing: `Disconnect` does that before.
 ///
 /// What is not atomic belongs to the controlling thread; a receive may look at it only while it holds a lease
@@ -54,6 +66,10 @@ struct GenICamAdapter::Impl {
   std::int32_t bufferCount = 0;
   unsigned long controlLostHandlerId = 0;
 
+  /// Guards the pointer for those who ask about the device while another thread may drop it.
+  mutable std::mutex deviceMutex;
+  unsigned deviceReferences = 0;  ///< that the device had when it was opened, ours among them
+
   /// Held by the operations that open, close, start and stop, and by every access to a feature: the camera
   /// library's feature tree is for one thread at a time. A receive takes it only to stop a finite
   /// acquisition, and then without a lease. Recursive, because these operations call one another through the
@@ -67,7 +83,9 @@ struct GenICamAdapter::Impl {
   void requireUsable() const;
   void watchControl();
   void loadNodeMapFromDevice();
+  ArvDevice* exchangeDevice(ArvDevice* replacement);  ///< returns the one before, with its reference
   void releaseDevice();
+  void awaitSignalInFlight(ArvDevice* released) const;
 
   // Parameters
   void scanParameters();

@@ -10,10 +10,10 @@ namespace vireo::genicam {
 // Sequentially consistent throughout: either the receive sees that the stream is gone, or the controlling
 // thread sees the receive.
 
-StreamHandle::Lease::Lease(StreamHandle& handle) noexcept : handle_(handle), stream_(handle.get()) {
+StreamHandle::Lease::Lease(StreamHandle& handle) noexcept : handle_(handle), stream_(handle.lent_.load()) {
   if (stream_ == nullptr) return;  // without a mark: a hot loop on a stopped stream keeps nobody waiting
   handle_.users_.fetch_add(1);
-  stream_ = handle_.stream_.load();
+  stream_ = handle_.lent_.load();
   if (stream_ == nullptr && handle_.users_.fetch_sub(1) == 1) handle_.users_.notify_all();
 }
 
@@ -22,10 +22,14 @@ void StreamHandle::Lease::end() noexcept {
   if (handle_.users_.fetch_sub(1) == 1) handle_.users_.notify_all();
 }
 
-ArvStream* StreamHandle::take() noexcept {
-  ArvStream* const stream = stream_.exchange(nullptr);
+void StreamHandle::takeBack() noexcept {
+  lent_.store(nullptr);
   for (int users = users_.load(); users != 0; users = users_.load()) users_.wait(users);
-  return stream;
+}
+
+void StreamHandle::release() noexcept {
+  takeBack();
+  const GObjectGuard<ArvStream> dropped(std::exchange(stream_, nullptr));
 }
 
 PoppedBuffer::PoppedBuffer(ArvStream* stream, std::uint64_t timeoutMicroseconds) noexcept

@@ -29,20 +29,26 @@ class StreamHandle {
     ArvStream* stream_;
   };
 
-  /// For the controlling thread alone.
-  ArvStream* get() const noexcept { return stream_.load(std::memory_order_relaxed); }
+  // The rest is for the controlling thread alone.
 
-  /// Lends `stream` from now on, owning its reference. There must be none before; null is allowed.
-  void put(ArvStream* stream) noexcept { stream_.store(stream); }
+  ArvStream* get() const noexcept { return stream_; }
 
-  /// Takes the stream back, with its reference. On return no receive is inside it.
-  ArvStream* take() noexcept;
+  /// Owns the reference of `stream` from now on, and lends it to nobody yet. There must be none before; null
+  /// is allowed.
+  void put(ArvStream* stream) noexcept { stream_ = stream; }
+
+  /// Lets receives in.
+  void lend() noexcept { lent_.store(stream_); }
+
+  /// Lets no receive in any more. On return none is inside.
+  void takeBack() noexcept;
 
   /// Takes the stream back and drops it, and its buffers with it.
-  void release() noexcept { GObjectGuard<ArvStream> taken(take()); }
+  void release() noexcept;
 
  private:
-  std::atomic<ArvStream*> stream_{nullptr};
+  ArvStream* stream_ = nullptr;
+  std::atomic<ArvStream*> lent_{nullptr};
   std::atomic<int> users_{0};
 };
 

@@ -72,13 +72,13 @@ class BRIO_EXPORT GErrorGuard {
 /// threads, is said at `AdapterBase`; every failure is a std::runtime_error.
 ///
 /// One thread controls the adapter. Beside it one thread may receive frames, and any thread may ask for the
-/// acquisition state: starting, stopping and disconnecting wait for the receive that is using the stream, at
-/// most 100 ms and one copy. The receive that completes a finite acquisition waits for a start or stop under
-/// way.
+/// acquisition state or check the connection: starting, stopping and disconnecting wait for the receive that
+/// is using the stream, at most 100 ms and one copy. The receive that completes a finite acquisition waits
+/// for whatever operation the controlling thread is in, then stops.
 ///
-/// End all other calls before the adapter is destroyed. A logger must not call the adapter, and an override
-/// must not wait for a lock whose holder may be calling the adapter: both may run while the adapter holds its
-/// own.
+/// End all other calls before the adapter is destroyed. A logger must not call the adapter nor wait for a
+/// thread inside it, and an override must not wait for a lock whose holder may be calling the adapter: both
+/// may run while the adapter holds its own.
 class BRIO_EXPORT GenICamAdapter : public vireo::common::AdapterBase {
  public:
   GenICamAdapter();

@@ -5,24 +5,30 @@
 #include <arv.h>
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
-#include <sched.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include "brio/fnd/log.h"
+#include "cores.h"
 #include "vireo/genicam/adapter.h"
 #include "vireo/genicam/pixel_format.h"
 #include "vireo/genicam/xml_parser.h"
 
 namespace {
 
-constexpr const char* loopback = "127.0.0.1";
-constexpr const char* inProcess = "Fake_1";
+/// Where a camera is found, and the core that it works on; the client works on core 0.
+struct Place {
+  const char* address;
+  unsigned core;
+};
+
+constexpr Place loopback = {"127.0.0.1", 1};
+constexpr Place oneCore = {"127.0.0.1", 0};
+constexpr Place inProcess = {"Fake_1", 0};
 
 class Quiet final : public brio::fnd::Logger {
  public:
@@ -51,9 +57,11 @@ std::string describeRegisters(int features) {
 /// A GigE Vision camera on loopback with such a description; the in-process camera has the same one.
 class Camera {
  public:
-  explicit Camera(int features) : file_(fmt::format("/tmp/vireo-bench-{}.xml", getpid())) {
+  Camera(int features, const Place& place) : file_(fmt::format("/tmp/vireo-bench-{}.xml", getpid())) {
     std::ofstream(file_) << describeRegisters(features);
-    camera_ = arv_gv_fake_camera_new_full(loopback, "bench", file_.c_str());
+    stayOnCore(place.core);
+    camera_ = arv_gv_fake_camera_new_full(loopback.address, "bench", file_.c_str());
+    stayOnCore(0);
     if (!arv_gv_fake_camera_is_running(camera_)) std::abort();
     arv_set_fake_camera_genicam_filename(file_.c_str());
     for (int i = 0; i < features; ++i) names_.push_back(fmt::format("Register{}", i));
@@ -81,8 +89,8 @@ void bareScan(ArvDevice* device, const std::vector<std::string>& names) {
   }
 }
 
-ArvDevice* bareConnect(const char* address, const std::vector<std::string>& names) {
-  ArvDevice* const device = arv_open_device(address, nullptr);
+ArvDevice* bareConnect(const Place& place, const std::vector<std::string>& names) {
+  ArvDevice* const device = arv_open_device(place.address, nullptr);
   if (device == nullptr) std::abort();
   std::size_t size = 0;
   benchmark::DoNotOptimize(arv_device_get_genicam_xml(device, &size));
@@ -94,9 +102,9 @@ ArvDevice* bareConnect(const char* address, const std::vector<std::string>& name
 /// A connected adapter, silent.
 class Adapter : public vireo::genicam::GenICamAdapter {
  public:
-  explicit Adapter(const char* address) {
+  explicit Adapter(const Place& place) {
     brio::fnd::SetLogger(&logger_);
-    Initialise({address, 5.0});
+    Initialise({place.address, 5.0});
   }
   ~Adapter() override {
     Disconnect();
@@ -107,62 +115,62 @@ class Adapter : public vireo::genicam::GenICamAdapter {
   Quiet logger_;
 };
 
-void adapterConnects(benchmark::State& state) {
-  const Camera camera(static_cast<int>(state.range(0)));
-  Adapter adapter(loopback);
+void adapterConnects(benchmark::State& state, Place place) {
+  const Camera camera(static_cast<int>(state.range(0)), place);
+  Adapter adapter(place);
   for (auto _ : state) {
     benchmark::DoNotOptimize(adapter.Connect());
     adapter.Disconnect();
   }
 }
 
-void bareConnects(benchmark::State& state) {
-  const Camera camera(static_cast<int>(state.range(0)));
-  for (auto _ : state) g_object_unref(bareConnect(loopback, camera.names()));
+void bareConnects(benchmark::State& state, Place place) {
+  const Camera camera(static_cast<int>(state.range(0)), place);
+  for (auto _ : state) g_object_unref(bareConnect(place, camera.names()));
 }
 
-void adapterScans(benchmark::State& state) {
-  const Camera camera(static_cast<int>(state.range(0)));
-  Adapter adapter(loopback);
+void adapterScans(benchmark::State& state, Place place) {
+  const Camera camera(static_cast<int>(state.range(0)), place);
+  Adapter adapter(place);
   adapter.Connect();
   for (auto _ : state) benchmark::DoNotOptimize(adapter.Scan());
 }
 
-void bareScans(benchmark::State& state) {
-  const Camera camera(static_cast<int>(state.range(0)));
-  ArvDevice* const device = bareConnect(loopback, camera.names());
+void bareScans(benchmark::State& state, Place place) {
+  const Camera camera(static_cast<int>(state.range(0)), place);
+  ArvDevice* const device = bareConnect(place, camera.names());
   for (auto _ : state) bareScan(device, camera.names());
   g_object_unref(device);
 }
 
-void adapterReads(benchmark::State& state, const char* address) {
-  const Camera camera(1);
-  Adapter adapter(address);
+void adapterReads(benchmark::State& state, Place place) {
+  const Camera camera(1, place);
+  Adapter adapter(place);
   adapter.Connect();
   const std::string name = "Register0";
   for (auto _ : state) benchmark::DoNotOptimize(adapter.Read(name));
 }
 
-void bareReads(benchmark::State& state, const char* address) {
-  const Camera camera(1);
-  ArvDevice* const device = bareConnect(address, camera.names());
+void bareReads(benchmark::State& state, Place place) {
+  const Camera camera(1, place);
+  ArvDevice* const device = bareConnect(place, camera.names());
   for (auto _ : state) {
     benchmark::DoNotOptimize(arv_device_get_integer_feature_value(device, "Register0", nullptr));
   }
   g_object_unref(device);
 }
 
-void adapterWrites(benchmark::State& state, const char* address) {
-  const Camera camera(1);
-  Adapter adapter(address);
+void adapterWrites(benchmark::State& state, Place place) {
+  const Camera camera(1, place);
+  Adapter adapter(place);
   adapter.Connect();
   vireo::common::Parameter parameter = adapter.Read("Register0");
   for (auto _ : state) adapter.Write(parameter);
 }
 
-void bareWrites(benchmark::State& state, const char* address) {
-  const Camera camera(1);
-  ArvDevice* const device = bareConnect(address, camera.names());
+void bareWrites(benchmark::State& state, Place place) {
+  const Camera camera(1, place);
+  ArvDevice* const device = bareConnect(place, camera.names());
   for (auto _ : state) arv_device_set_integer_feature_value(device, "Register0", 7, nullptr);
   g_object_unref(device);
 }
@@ -178,35 +186,35 @@ void nodeLookedUp(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(nodes.find(name));
 }
 
-BENCHMARK(adapterConnects)->Name("connect/ours")->Arg(30)->Arg(600)->UseRealTime();
-BENCHMARK(bareConnects)->Name("connect/yardstick")->Arg(30)->Arg(600)->UseRealTime();
-BENCHMARK(adapterScans)->Name("scan/ours")->Arg(30)->Arg(100)->Arg(600)->Arg(1000)->Arg(10000)->UseRealTime();
-BENCHMARK(bareScans)
-    ->Name("scan/yardstick")
-    ->Arg(30)
-    ->Arg(100)
-    ->Arg(600)
-    ->Arg(1000)
-    ->Arg(10000)
-    ->UseRealTime();
-BENCHMARK_CAPTURE(adapterReads, loopback, loopback)->Name("read over loopback/ours")->UseRealTime();
-BENCHMARK_CAPTURE(bareReads, loopback, loopback)->Name("read over loopback/yardstick")->UseRealTime();
-BENCHMARK_CAPTURE(adapterReads, in process, inProcess)->Name("read in process/ours")->UseRealTime();
-BENCHMARK_CAPTURE(bareReads, in process, inProcess)->Name("read in process/yardstick")->UseRealTime();
-BENCHMARK_CAPTURE(adapterWrites, loopback, loopback)->Name("write over loopback/ours")->UseRealTime();
-BENCHMARK_CAPTURE(bareWrites, loopback, loopback)->Name("write over loopback/yardstick")->UseRealTime();
-BENCHMARK_CAPTURE(adapterWrites, in process, inProcess)->Name("write in process/ours")->UseRealTime();
-BENCHMARK_CAPTURE(bareWrites, in process, inProcess)->Name("write in process/yardstick")->UseRealTime();
+// The adapter's way and the bare one, under one name.
+#define VIREO_PAIR(ours, yardstick, name, place)                            \
+  BENCHMARK_CAPTURE(ours, place, place)->Name(name "/ours")->UseRealTime(); \
+  BENCHMARK_CAPTURE(yardstick, place, place)->Name(name "/yardstick")->UseRealTime()
+#define VIREO_PAIR_OF(features, ours, yardstick, name, place)                              \
+  BENCHMARK_CAPTURE(ours, place, place)->Name(name "/ours")->Arg(features)->UseRealTime(); \
+  BENCHMARK_CAPTURE(yardstick, place, place)->Name(name "/yardstick")->Arg(features)->UseRealTime()
+
+VIREO_PAIR_OF(30, adapterConnects, bareConnects, "connect", loopback);
+VIREO_PAIR_OF(600, adapterConnects, bareConnects, "connect", loopback);
+VIREO_PAIR_OF(600, adapterConnects, bareConnects, "connect on one core", oneCore);
+VIREO_PAIR_OF(30, adapterScans, bareScans, "scan", loopback);
+VIREO_PAIR_OF(600, adapterScans, bareScans, "scan", loopback);
+VIREO_PAIR_OF(100, adapterScans, bareScans, "scan on one core", oneCore);
+VIREO_PAIR_OF(600, adapterScans, bareScans, "scan on one core", oneCore);
+VIREO_PAIR_OF(1000, adapterScans, bareScans, "scan on one core", oneCore);
+VIREO_PAIR_OF(10000, adapterScans, bareScans, "scan on one core", oneCore);
+VIREO_PAIR(adapterReads, bareReads, "read", loopback);
+VIREO_PAIR(adapterReads, bareReads, "read on one core", oneCore);
+VIREO_PAIR(adapterReads, bareReads, "read in process", inProcess);
+VIREO_PAIR(adapterWrites, bareWrites, "write", loopback);
+VIREO_PAIR(adapterWrites, bareWrites, "write on one core", oneCore);
+VIREO_PAIR(adapterWrites, bareWrites, "write in process", inProcess);
 BENCHMARK(pixelFormatSized)->Name("bytesPerPixel");
 BENCHMARK(nodeLookedUp)->Name("node look-up among 600");
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  cpu_set_t core;
-  CPU_ZERO(&core);
-  CPU_SET(sched_getcpu(), &core);
-  if (sched_setaffinity(0, sizeof core, &core) != 0) std::perror("cannot stay on one core");
   arv_enable_interface("Fake");
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Receiving over GVSP on loopback at the highest rate that the simulated camera sends: the adapter against a
-// bare Aravis receiver. The camera is a process of its own, so the processor time is the receiver's alone.
-// One iteration receives for one second.
+// bare Aravis receiver. The camera is a process of its own, so the processor time is the receiver's alone,
+// and has its own core. One iteration receives for one second.
 #include <arv.h>
 #include <benchmark/benchmark.h>
 #include <signal.h>
@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "brio/fnd/log.h"
+#include "cores.h"
 #include "vireo/genicam/adapter.h"
 
 namespace {
@@ -43,6 +44,7 @@ pid_t startCamera() {
     return child;
   }
   prctl(PR_SET_PDEATHSIG, SIGKILL);
+  stayOnCore(1);
   ArvGvFakeCamera* const camera = arv_gv_fake_camera_new_full(address, "bench", VIREO_SIMULATED_CAMERA);
   if (!arv_gv_fake_camera_is_running(camera)) std::abort();
   ArvFakeCamera* const sensor = arv_gv_fake_camera_get_fake_camera(camera);
@@ -140,6 +142,7 @@ BENCHMARK(bareReceives)->Name("receive over loopback 512x512/yardstick")->UseMan
 
 int main(int argc, char** argv) {
   const pid_t camera = startCamera();
+  stayOnCore(0);
   arv_disable_interface("USB3Vision");
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();

@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 
 #include "brio/fnd/iso_time.h"
@@ -41,8 +40,9 @@ void appendPrefix(fmt::memory_buffer& record, const SourceSite& site) {
 // What a camera says may hold line ends: a record is one line all the same.
 std::string oneLine(const fmt::memory_buffer& record) {
   std::string line(record.data(), record.size());
-  std::replace(line.begin(), line.end(), '\n', ' ');
-  std::replace(line.begin(), line.end(), '\r', ' ');
+  for (const char end : {'\n', '\r'}) {
+    for (std::size_t at = line.find(end); at != line.npos; at = line.find(end, at)) line[at] = ' ';
+  }
   return line;
 }
 

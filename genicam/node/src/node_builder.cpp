@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "node_builder.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "brio/fnd/log.h"
@@ -11,7 +13,7 @@ namespace vireo::genicam {
 namespace {
 
 /// Everything the kinds of nodes are built from.
-struct Source {
+struct Described {
   const NodeIndex& index;
   Resolver& resolver;
   const Feature& feature;
@@ -23,24 +25,24 @@ struct Source {
 };
 
 template <typename Kind>
-Kind withHeader(const Source& source) {
-  const Properties& properties = source.properties();
+Kind withHeader(const Described& described) {
+  const Properties& properties = described.properties();
   Kind node;
-  node.name = source.index[source.feature.id].name;
+  node.name = described.index[described.feature.id].name;
   node.displayName = properties.text(Property::DisplayName);
   node.toolTip = properties.text(Property::ToolTip);
   node.description = properties.text(Property::Description);
   if (node.description.empty()) node.description = node.toolTip;
-  node.accessMode = source.resolved().access;
-  node.visibility = source.resolver.traits(source.feature.id).visibility.value_or(Visibility::Beginner);
-  node.category = source.feature.category;
+  node.accessMode = described.resolved().access;
+  node.visibility = described.resolver.traits(described.feature.id).visibility.value_or(Visibility::Beginner);
+  node.category = described.feature.category;
   return node;
 }
 
-IntegerNode buildInteger(const Source& source) {
-  auto node = withHeader<IntegerNode>(source);
-  const Resolved& resolved = source.resolved();
-  node.value = toInteger(source.value().value_or(std::int64_t{0}));
+IntegerNode buildInteger(const Described& described) {
+  auto node = withHeader<IntegerNode>(described);
+  const Resolved& resolved = described.resolved();
+  node.value = toInteger(described.value().value_or(std::int64_t{0}));
   if (resolved.min) node.min = toInteger(*resolved.min);
   if (resolved.max) node.max = toInteger(*resolved.max);
   if (resolved.increment) node.inc = std::max<std::int64_t>(1, toInteger(*resolved.increment));
@@ -48,10 +50,10 @@ IntegerNode buildInteger(const Source& source) {
   return node;
 }
 
-FloatNode buildFloat(const Source& source) {
-  auto node = withHeader<FloatNode>(source);
-  const Resolved& resolved = source.resolved();
-  node.value = toFloat(source.value().value_or(0.0));
+FloatNode buildFloat(const Described& described) {
+  auto node = withHeader<FloatNode>(described);
+  const Resolved& resolved = described.resolved();
+  node.value = toFloat(described.value().value_or(0.0));
   if (resolved.min) node.min = toFloat(*resolved.min);
   if (resolved.max) node.max = toFloat(*resolved.max);
   node.unit = resolved.unit;
@@ -59,41 +61,47 @@ FloatNode buildFloat(const Source& source) {
   return node;
 }
 
-BooleanNode buildBoolean(const Source& source) {
-  auto node = withHeader<BooleanNode>(source);
-  node.value = !isZero(source.value().value_or(std::int64_t{0}));
+BooleanNode buildBoolean(const Described& described) {
+  auto node = withHeader<BooleanNode>(described);
+  node.value = !isZero(described.value().value_or(std::int64_t{0}));
   return node;
 }
 
-StringNode buildString(const Source& source) {
-  auto node = withHeader<StringNode>(source);
-  node.value = source.properties().text(Property::Value);
-  if (node.value.empty()) node.value = source.resolved().text;
+StringNode buildString(const Described& described) {
+  auto node = withHeader<StringNode>(described);
+  node.value = described.resolved().text;
   return node;
 }
 
-EnumerationNode buildEnumeration(const Source& source) {
-  auto node = withHeader<EnumerationNode>(source);
-  const std::optional<Number> current = source.value();
-  for (pugi::xml_node entry = source.element().child("EnumEntry"); entry;
+EnumerationNode buildEnumeration(const Described& described) {
+  auto node = withHeader<EnumerationNode>(described);
+  const std::optional<Number> current = described.value();
+  for (pugi::xml_node entry = described.element().child("EnumEntry"); entry;
        entry = entry.next_sibling("EnumEntry")) {
     const std::string name(trimmed(entry.attribute("Name").value()));
     const std::string text = textOf(entry.child("Value"));
     const std::optional<std::int64_t> value = parseInteger(text);
-    if (!value) {
-      BRIO_LOG_DEBUG("entry '{}' of feature '{}' is left out: Value '{}' is no number", oneLine(name),
-                     oneLine(node.name), oneLine(text));
+    std::string fault;
+    if (name.empty()) {
+      fault = "it has no name";
+    } else if (!value) {
+      fault = fmt::format("Value '{}' is no number", oneLine(text));
+    } else if (!node.entryValues.emplace(name, *value).second) {
+      fault = "there is one of that name before it";
     }
-    if (name.empty() || !value || !node.entryValues.emplace(name, *value).second) continue;
-    if (node.value.empty() && current && toInteger(*current) == *value) node.value = name;
+    if (!fault.empty()) {
+      BRIO_LOG_DEBUG("entry '{}' of feature '{}' is left out: {}", oneLine(name), oneLine(node.name), fault);
+      continue;
+    }
     node.entries.push_back(name);
+    if (node.value.empty() && current && toInteger(*current) == *value) node.value = name;
   }
   return node;
 }
 
-CategoryNode buildCategory(const Source& source) {
-  auto node = withHeader<CategoryNode>(source);
-  for (pugi::xml_node child = source.element().child("pFeature"); child;
+CategoryNode buildCategory(const Described& described) {
+  auto node = withHeader<CategoryNode>(described);
+  for (pugi::xml_node child = described.element().child("pFeature"); child;
        child = child.next_sibling("pFeature")) {
     node.features.push_back(textOf(child));
   }
@@ -103,26 +111,26 @@ CategoryNode buildCategory(const Source& source) {
 }  // namespace
 
 NodeVariant buildNode(const NodeIndex& index, Resolver& resolver, const Feature& feature) {
-  const Source source{index, resolver, feature};
+  const Described described{index, resolver, feature};
   switch (index[feature.id].kind) {
     case ElementKind::Float:
     case ElementKind::FloatReg:
     case ElementKind::Converter:
     case ElementKind::SwissKnife:
-      return buildFloat(source);
+      return buildFloat(described);
     case ElementKind::Boolean:
-      return buildBoolean(source);
+      return buildBoolean(described);
     case ElementKind::String:
     case ElementKind::StringReg:
-      return buildString(source);
+      return buildString(described);
     case ElementKind::Enumeration:
-      return buildEnumeration(source);
+      return buildEnumeration(described);
     case ElementKind::Command:
-      return withHeader<CommandNode>(source);
+      return withHeader<CommandNode>(described);
     case ElementKind::Category:
-      return buildCategory(source);
+      return buildCategory(described);
     default:
-      return buildInteger(source);
+      return buildInteger(described);
   }
 }
 

@@ -41,6 +41,7 @@ bool isHuge(std::string_view digits) {
 }
 
 std::optional<double> parseDecimal(std::string_view digits) {
+  if (digits.starts_with('-')) return std::nullopt;  // the sign is taken already
   double number = 0;
   const char* const end = digits.data() + digits.size();
   const auto [stop, error] = std::from_chars(digits.data(), end, number);
@@ -83,17 +84,15 @@ std::optional<std::int64_t> parseInteger(std::string_view text) {
   return negative ? std::optional(std::numeric_limits<std::int64_t>::min()) : std::nullopt;
 }
 
-std::optional<std::int64_t> parseUpperBound(std::string_view text) {
+bool wraps(std::string_view text) {
   const std::optional<std::int64_t> number = parseInteger(text);
-  const bool wrapped = number && *number < 0 && !trimmed(text).starts_with('-');
-  return wrapped ? std::numeric_limits<std::int64_t>::max() : number;
+  return number && *number < 0 && !trimmed(text).starts_with('-');
 }
 
 std::optional<double> parseFloat(std::string_view text) {
   std::string_view digits = trimmed(text);
   const bool negative = takePrefix(digits, '-');
   if (!negative) takePrefix(digits, '+');
-  if (digits.starts_with('-')) return std::nullopt;
   std::optional<double> number;
   if (digits.starts_with("0x") || digits.starts_with("0X")) {
     if (const auto magnitude = parseMagnitude(digits)) number = static_cast<double>(*magnitude);

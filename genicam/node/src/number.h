@@ -19,8 +19,8 @@ std::string_view trimmed(std::string_view text);
 /// no such number.
 std::optional<std::int64_t> parseInteger(std::string_view text);
 
-/// As parseInteger, but from 2^63 to 2^64-1 it is 2^63-1: nothing that large bounds an int64.
-std::optional<std::int64_t> parseUpperBound(std::string_view text);
+/// Whether parseInteger wraps `text`.
+bool wraps(std::string_view text);
 
 /// Decimal, exponent or hexadecimal. Beyond the range of a double, and for infinities, it is the largest
 /// double; too small for one it is 0. Nothing for what is no number.

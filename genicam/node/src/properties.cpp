@@ -2,6 +2,9 @@
 #include "properties.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -10,6 +13,9 @@
 
 namespace vireo::genicam {
 namespace {
+
+constexpr auto kCount = static_cast<std::size_t>(Property::Count);
+static_assert(kCount <= 32, "a bit for each");
 
 using PropertyName = std::pair<std::string_view, Property>;
 
@@ -47,10 +53,14 @@ constexpr std::array kNames = {
     PropertyName{"pIsImplemented", Property::PIsImplemented},
     PropertyName{"ImposedAccessMode", Property::ImposedAccessMode},
 };
-static_assert(kNames.size() == static_cast<std::size_t>(Property::Count));
+static_assert(kNames.size() == kCount);
 static_assert(std::is_sorted(kNames.begin(), kNames.end(), [](const PropertyName& a, const PropertyName& b) {
   return before(a.first, b.first);
 }));
+
+bool isEmpty(pugi::xml_node element) {
+  return *element.value() == '\0' && !element.first_child();
+}
 
 }  // namespace
 
@@ -58,25 +68,30 @@ Properties::Properties(pugi::xml_node element) {
   const auto isBefore = [](const PropertyName& entry, std::string_view name) {
     return before(entry.first, name);
   };
+  std::array<pugi::xml_node, kCount> found;
   for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
     const std::string_view name = child.name();
-    const auto* const found = std::lower_bound(kNames.begin(), kNames.end(), name, isBefore);
-    if (found == kNames.end() || found->first != name) continue;
-    pugi::xml_node& slot = children[static_cast<std::size_t>(found->second)];
-    if (!slot) slot = child;
+    const auto* const entry = std::lower_bound(kNames.begin(), kNames.end(), name, isBefore);
+    if (entry == kNames.end() || entry->first != name || has(entry->second) || isEmpty(child)) continue;
+    found[static_cast<std::size_t>(entry->second)] = child;
+    present |= bit(entry->second);
   }
+  children.reserve(static_cast<std::size_t>(std::popcount(present)));
+  std::copy_if(found.begin(), found.end(), std::back_inserter(children),
+               [](auto child) { return bool(child); });
 }
 
 std::string Properties::text(Property property) const {
-  return has(property) ? textOf(at(property)) : std::string();
+  if (!has(property)) return {};
+  return textOf(children[static_cast<std::size_t>(std::popcount(present & (bit(property) - 1)))]);
 }
 
 std::optional<std::int64_t> Properties::integer(Property property) const {
-  return has(property) ? parseInteger(textOf(at(property))) : std::nullopt;
+  return parseInteger(text(property));
 }
 
 std::optional<double> Properties::number(Property property) const {
-  return has(property) ? parseFloat(textOf(at(property))) : std::nullopt;
+  return parseFloat(text(property));
 }
 
 }  // namespace vireo::genicam

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <pugixml.hpp>
 #include <string>
+#include <vector>
 
 namespace vireo::genicam {
 
@@ -41,20 +41,22 @@ enum class Property : std::uint8_t {
   Count,
 };
 
-/// The first child of each property of one element, found in one walk over its children.
+/// The first child of each property of one element that is not empty, found in one walk over its children.
 class Properties {
  public:
   explicit Properties(pugi::xml_node element);
 
-  bool has(Property property) const { return !at(property).empty(); }
+  bool has(Property property) const { return (present & bit(property)) != 0; }
   std::string text(Property property) const;  ///< empty when there is none
   std::optional<std::int64_t> integer(Property property) const;
   std::optional<double> number(Property property) const;
 
  private:
-  const pugi::xml_node& at(Property property) const { return children[static_cast<std::size_t>(property)]; }
+  static std::uint32_t bit(Property property) { return std::uint32_t{1} << static_cast<unsigned>(property); }
 
-  std::array<pugi::xml_node, static_cast<std::size_t>(Property::Count)> children;
+  // Most elements have few of the properties, and a description has very many elements.
+  std::uint32_t present = 0;
+  std::vector<pugi::xml_node> children;  ///< of those present, in the order of their bits
 };
 
 }  // namespace vireo::genicam

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
+#include <tuple>
 #include <utility>
 
 #include "access.h"
@@ -18,9 +20,15 @@ namespace {
 // Texts behind a link are copied to every node that links there, so a long one is not passed on.
 constexpr std::size_t kMaxSharedText = 256;
 
-bool isFormula(ElementKind kind) {
-  return kind == ElementKind::Converter || kind == ElementKind::IntConverter ||
-         kind == ElementKind::SwissKnife || kind == ElementKind::IntSwissKnife;
+std::string_view shareable(std::string_view text) {
+  return text.size() > kMaxSharedText ? std::string_view() : text;
+}
+
+// 2^63 and more behind an int64 bounds nothing.
+constexpr Number kNoUpperBound = std::numeric_limits<std::int64_t>::max();
+
+bool allowsWriting(AccessMode access) {
+  return access == AccessMode::ReadWrite || access == AccessMode::WriteOnly;
 }
 
 bool isFloat(ElementKind kind) {
@@ -28,14 +36,34 @@ bool isFloat(ElementKind kind) {
          kind == ElementKind::SwissKnife;
 }
 
-std::optional<Number> numberOf(const Properties& properties, Property property, ElementKind kind) {
-  if (isFloat(kind)) return properties.number(property);
-  return properties.integer(property);
+Number inKind(const Number& number, ElementKind kind) {
+  return isFloat(kind) ? Number(toFloat(number)) : Number(toInteger(number));
 }
 
-std::optional<Number> boundOf(const Properties& properties, Property property, ElementKind kind) {
-  if (property != Property::Max || isFloat(kind)) return numberOf(properties, property, kind);
-  return parseUpperBound(properties.text(property));
+std::string written(const Number& number) {
+  return std::visit([](auto held) { return fmt::format("{}", held); }, number);
+}
+
+bool isKnife(ElementKind kind) {
+  return kind == ElementKind::SwissKnife || kind == ElementKind::IntSwissKnife;
+}
+
+bool isFormula(ElementKind kind) {
+  return kind == ElementKind::Converter || kind == ElementKind::IntConverter || isKnife(kind);
+}
+
+bool isRegister(ElementKind kind) {
+  switch (kind) {
+    case ElementKind::IntReg:
+    case ElementKind::MaskedIntReg:
+    case ElementKind::StructEntry:
+    case ElementKind::FloatReg:
+    case ElementKind::StringReg:
+    case ElementKind::Register:
+      return true;
+    default:
+      return false;
+  }
 }
 
 bool isText(ElementKind kind) {
@@ -51,6 +79,10 @@ bool canStandBehind(ElementKind kind, ElementKind behind) {
 
 bool isIndexedTarget(pugi::xml_node child) {
   return std::strcmp(child.name(), "pValueIndexed") == 0 || std::strcmp(child.name(), "pValueDefault") == 0;
+}
+
+bool hasIndexedLiteral(pugi::xml_node element) {
+  return element.child("ValueIndexed") || element.child("ValueDefault");
 }
 
 }  // namespace
@@ -77,84 +109,20 @@ const Traits* Resolver::structureOf(NodeId id) {
 }
 
 std::optional<NodeId> Resolver::target(NodeId id, Property link) {
-  const Properties& own = properties(id);
-  return own.has(link) ? index.find(own.text(link)) : std::nullopt;
+  const Properties& said = properties(id);
+  return said.has(link) ? index.find(said.text(link)) : std::nullopt;
 }
 
-void Resolver::markWritable(const std::vector<Feature>& features) {
-  std::vector<NodeId> open;
-  for (const Feature& feature : features) open.push_back(feature.id);
-  while (!open.empty()) {
-    const NodeId id = open.back();
-    open.pop_back();
-    State& own = state(id);
-    if (std::exchange(own.reached, true) || own.traits.allowed() == AccessMode::ReadOnly) continue;
-    own.writable = true;
-    const std::vector<NodeId> targets = writeTargets(id);
-    open.insert(open.end(), targets.begin(), targets.end());
-  }
-}
-
-std::optional<Number> Resolver::ownLiteral(NodeId id) {
-  const Properties& own = properties(id);
-  switch (index[id].kind) {
-    case ElementKind::Integer:
-    case ElementKind::Float:
-    case ElementKind::Enumeration:
-      if (own.has(Property::PIndex)) return std::nullopt;
-      return numberOf(own, Property::Value, index[id].kind);
-    case ElementKind::IntSwissKnife:
-    case ElementKind::SwissKnife:
-      return numberOf(own, Property::Formula, index[id].kind);
-    case ElementKind::Boolean:
-      if (const std::optional<bool> value = parseBoolean(own.text(Property::Value)))
-        return Number(std::int64_t{*value});
-      return std::nullopt;
-    default:
-      return std::nullopt;
-  }
-}
-
-// A node that links to a number has that number; a Boolean compares it, a converter computes with it.
-Resolver::Literal Resolver::passedOn(NodeId id, const Literal& behind) {
-  if (!behind.number || isFormula(index[id].kind)) return {};
-  if (index[id].kind != ElementKind::Boolean) return behind;
-  const std::int64_t on = properties(id).integer(Property::OnValue).value_or(1);
-  return {Number(std::int64_t{toInteger(*behind.number) == on}), behind.writable};
-}
-
-const Resolver::Literal& Resolver::literalBehind(NodeId id) {
-  std::vector<NodeId> chain;
-  std::optional<NodeId> next = id;
-  while (next && state(*next).finding == Progress::Open) {
-    state(*next).finding = Progress::Active;
-    chain.push_back(*next);
-    next = state(*next).behind;
-  }
-  // Ends at what is known, at a literal, at a dangling name, or in a circle, which has no number.
-  Literal behind;
-  if (next) behind = state(*next).literal;
-  for (; !chain.empty(); chain.pop_back()) {
-    State& own = state(chain.back());
-    const bool linked = own.properties.has(Property::PValue);
-    own.literal = linked ? passedOn(chain.back(), behind) : Literal{ownLiteral(chain.back()), own.writable};
-    own.finding = Progress::Done;
-    behind = own.literal;
-  }
-  return state(id).literal;
-}
-
-// The number, fixed for good, of a node that a property names.
-std::optional<Number> Resolver::constant(std::optional<NodeId> id) {
-  if (!id) return std::nullopt;
-  const Literal& literal = literalBehind(*id);
-  return literal.writable ? std::nullopt : literal.number;
+// A register's index finds its address instead.
+bool Resolver::isIndexed(NodeId id) {
+  const Properties& said = properties(id);
+  return said.has(Property::PIndex) && !said.has(Property::PValue) && !isRegister(index[id].kind);
 }
 
 std::vector<NodeId> Resolver::valueTargets(NodeId id) {
   std::vector<NodeId> targets;
   if (const std::optional<NodeId> behind = state(id).behind) targets.push_back(*behind);
-  if (!targets.empty() || !properties(id).has(Property::PIndex)) return targets;
+  if (!isIndexed(id)) return targets;
   for (pugi::xml_node child = index[id].element.first_child(); child; child = child.next_sibling()) {
     if (!isIndexedTarget(child)) continue;
     if (const std::optional<NodeId> found = index.find(textOf(child))) targets.push_back(*found);
@@ -172,8 +140,98 @@ std::vector<NodeId> Resolver::writeTargets(NodeId id) {
   return targets;
 }
 
+void Resolver::markWritable(const std::vector<Feature>& features) {
+  std::vector<NodeId> open;
+  for (const Feature& feature : features) open.push_back(feature.id);
+  while (!open.empty()) {
+    const NodeId id = open.back();
+    open.pop_back();
+    if (std::exchange(state(id).reached, true) || !allowsWriting(ownAccess(id))) continue;
+    state(id).writable = true;
+    const std::vector<NodeId> targets = writeTargets(id);
+    open.insert(open.end(), targets.begin(), targets.end());
+  }
+}
+
+Resolver::Literal Resolver::literalOf(NodeId id, Property property) {
+  const Properties& said = properties(id);
+  if (!said.has(property)) return {};
+  if (isFloat(index[id].kind)) return {said.number(property)};
+  const std::string text = said.text(property);
+  return {parseInteger(text), wraps(text)};
+}
+
+Resolver::Literal Resolver::ownLiteral(NodeId id) {
+  switch (index[id].kind) {
+    case ElementKind::Integer:
+    case ElementKind::Float:
+    case ElementKind::Enumeration:
+      return isIndexed(id) ? Literal() : literalOf(id, Property::Value);
+    case ElementKind::IntSwissKnife:
+    case ElementKind::SwissKnife:
+      return literalOf(id, Property::Formula);
+    case ElementKind::Boolean:
+      if (const std::optional<bool> value = parseBoolean(properties(id).text(Property::Value)))
+        return {Number(std::int64_t{*value})};
+      return {};
+    default:
+      return {};
+  }
+}
+
+// A node that links to a number has that number; a Boolean compares it, a converter computes with it.
+Resolver::Literal Resolver::passedOn(NodeId id, const Literal& behind) {
+  if (!behind.number || isFormula(index[id].kind)) return {};
+  if (index[id].kind != ElementKind::Boolean) return behind;
+  const std::int64_t on = properties(id).integer(Property::OnValue).value_or(1);
+  return {Number(std::int64_t{toInteger(*behind.number) == on}), false, behind.writable};
+}
+
+const Resolver::Literal& Resolver::literalBehind(NodeId id) {
+  std::vector<NodeId> chain;
+  std::optional<NodeId> next = id;
+  while (next && state(*next).finding == Progress::Open) {
+    state(*next).finding = Progress::Active;
+    chain.push_back(*next);
+    next = state(*next).behind;
+  }
+  // Ends at what is known, at a literal, at a dangling name, or in a circle, which has no number.
+  bool inCircle = next && state(*next).finding == Progress::Active;
+  Literal behind;
+  if (next) behind = state(*next).literal;
+  for (; !chain.empty(); chain.pop_back()) {
+    const NodeId at = chain.back();
+    State& link = state(at);
+    link.circular = inCircle;
+    inCircle = inCircle && at != *next;
+    link.literal = link.properties.has(Property::PValue) ? passedOn(at, behind) : ownLiteral(at);
+    if (!link.properties.has(Property::PValue)) link.literal.writable = link.writable;
+    link.finding = Progress::Done;
+    behind = link.literal;
+  }
+  return state(id).literal;
+}
+
+// The number, fixed for good, of a node that a property names.
+Resolver::Literal Resolver::constant(std::optional<NodeId> id) {
+  if (!id) return {};
+  const Literal& literal = literalBehind(*id);
+  return literal.writable ? Literal() : literal;
+}
+
+bool Resolver::isNever(std::optional<NodeId> condition) {
+  const std::optional<Number> answer = constant(condition).number;
+  return answer && isZero(*answer);
+}
+
+bool Resolver::isAlways(std::optional<NodeId> condition) {
+  const std::optional<Number> answer = constant(condition).number;
+  return answer && !isZero(*answer);
+}
+
 const Resolved& Resolver::resolve(NodeId wanted) {
   std::vector<NodeId> open = {wanted};
+  std::vector<NodeId> early;
   while (!open.empty()) {
     const NodeId id = open.back();
     if (state(id).resolving == Progress::Open) {
@@ -187,143 +245,162 @@ const Resolved& Resolver::resolve(NodeId wanted) {
     if (state(id).resolving == Progress::Done) continue;
     combine(id);
     state(id).resolving = Progress::Done;
+    if (state(id).early) early.push_back(id);
   }
+  for (const NodeId id : early) state(id).resolving = Progress::Open;
   return state(wanted).resolved;
 }
 
-// Everything behind `id` is resolved, except where it leads back to itself.
+// Everything behind `id` is resolved, except where it leads back to itself. Where pValue leads back through
+// an index, what is found holds for now only, and is found again once the indexed node is done.
 void Resolver::combine(NodeId id) {
-  findFault(id);
-  findBounds(id);
-  const Traits& traits = state(id).traits;
-  Resolved& own = state(id).resolved;
-  own.access = narrowed(accessByItself(id), traits.allowed());
-  const auto isNever = [&](std::optional<NodeId> condition) {
-    const std::optional<Number> answer = constant(condition);
-    return answer && isZero(*answer);
-  };
-  if (isNever(traits.isImplemented) || isNever(traits.isAvailable)) own.access = AccessMode::NotAvailable;
-  const std::optional<Number> locked = constant(traits.isLocked);
-  if (locked && !isZero(*locked) && own.access != AccessMode::NotAvailable) own.access = AccessMode::ReadOnly;
+  const Properties& said = properties(id);
+  Resolved& found = state(id).resolved;
+  found = {};
+  found.fault = kept(said.has(Property::PValue) ? linkFault(id)
+                     : isIndexed(id)            ? indexFault(id)
+                                                : valueFault(id));
+  state(id).early = found.fault.empty() && isEarly(state(id).behind);
+  inherit(id);
+  takeBounds(id);
+  takeTexts(id);
+  const Traits& allowed = traits(id);
+  found.access = narrowed(accessBehind(id), ownAccess(id));
+  if (isNever(allowed.implementedBy) || isNever(allowed.availableBy)) found.access = AccessMode::NotAvailable;
+  const bool hasValue = index[id].kind != ElementKind::Category;
+  if (hasValue && isAlways(allowed.lockedBy)) found.access = narrowed(found.access, AccessMode::ReadOnly);
 }
 
-AccessMode Resolver::accessByItself(NodeId id) {
-  const Properties& own = properties(id);
-  switch (index[id].kind) {
-    case ElementKind::IntReg:
-    case ElementKind::MaskedIntReg:
-    case ElementKind::StructEntry:
-    case ElementKind::FloatReg:
-    case ElementKind::StringReg:
-    case ElementKind::Register:
-      return traits(id).access.value_or(AccessMode::ReadOnly);
-    case ElementKind::SwissKnife:
-    case ElementKind::IntSwissKnife:
-      return AccessMode::ReadOnly;
-    case ElementKind::Category:
-    case ElementKind::Other:
-      return AccessMode::ReadWrite;
-    default:
-      break;
-  }
+bool Resolver::isEarly(std::optional<NodeId> behind) {
+  return behind && (state(*behind).resolving == Progress::Active || state(*behind).early);
+}
+
+// What a node allows, whatever lies behind it.
+AccessMode Resolver::ownAccess(NodeId id) {
+  const Traits& allowed = traits(id);
+  const ElementKind kind = index[id].kind;
+  const bool literalCommand =
+      kind == ElementKind::Command && !properties(id).has(Property::PValue) && !isIndexed(id);
+  if (isKnife(kind)) return narrowed(AccessMode::ReadOnly, allowed.allowed());
+  if (isRegister(kind) && !allowed.access) return narrowed(AccessMode::ReadOnly, allowed.allowed());
+  if (literalCommand && !allowed.access && !allowed.imposed) return AccessMode::WriteOnly;
+  return allowed.allowed();
+}
+
+AccessMode Resolver::accessBehind(NodeId id) {
   if (const std::optional<NodeId> behind = state(id).behind) return state(*behind).resolved.access;
-  if (own.has(Property::PIndex)) return sharedByIndexed(id);
-  return index[id].kind == ElementKind::Command ? AccessMode::WriteOnly : AccessMode::ReadWrite;
+  return isIndexed(id) ? sharedByIndexed(id) : AccessMode::ReadWrite;
 }
 
-// What the index selects is not known yet: all of it counts but what is never there, and where read-only
-// meets write-only nothing is ruled out.
+// What the index selects is not known yet: all of it counts but what is never there or not understood, and
+// where read-only meets write-only nothing is ruled out.
 AccessMode Resolver::sharedByIndexed(NodeId id) {
-  AccessMode shared = AccessMode::ReadWrite;
-  const pugi::xml_node element = index[id].element;
-  bool anyOffered = element.child("ValueIndexed") || element.child("ValueDefault");
-  const std::vector<NodeId> targets = valueTargets(id);
-  for (const NodeId behind : targets) {
+  AccessMode common = AccessMode::ReadWrite;
+  bool anyOffered = hasIndexedLiteral(index[id].element);
+  for (const NodeId behind : valueTargets(id)) {
     const AccessMode access = state(behind).resolved.access;
-    if (access == AccessMode::NotAvailable) continue;
+    if (access == AccessMode::NotAvailable || !objection(id, behind).empty()) continue;
     anyOffered = true;
-    shared = narrowed(shared, access);
+    common = narrowed(common, access);
   }
-  if (!anyOffered && !targets.empty()) return AccessMode::NotAvailable;
-  return shared == AccessMode::NotAvailable ? AccessMode::ReadWrite : shared;
+  if (!anyOffered) return AccessMode::NotAvailable;
+  return common == AccessMode::NotAvailable ? AccessMode::ReadWrite : common;
 }
 
-void Resolver::findFault(NodeId id) {
-  std::string& fault = state(id).resolved.fault;
-  const Properties& own = properties(id);
-  if (own.has(Property::PValue)) {
-    const std::optional<NodeId> behind = state(id).behind;
-    if (!behind) {
-      fault = fmt::format("pValue '{}' names no node", oneLine(own.text(Property::PValue)));
-    } else if (state(*behind).resolving == Progress::Active) {
-      fault = "its pValue leads back to itself";
-    } else if (!canStandBehind(index[id].kind, index[*behind].kind)) {
-      fault =
-          fmt::format("pValue '{}' names a {}", oneLine(index[*behind].name), index[*behind].element.name());
-    } else if (!state(*behind).resolved.fault.empty()) {
-      fault = fmt::format("pValue '{}' cannot be understood either", oneLine(index[*behind].name));
-    }
+// Why a node cannot have its value from the one behind it; empty when it can.
+std::string Resolver::objection(NodeId id, NodeId behind) {
+  if (!canStandBehind(index[id].kind, index[behind].kind))
+    return fmt::format("names a {}", index[behind].element.name());
+  return state(behind).resolved.fault.empty() ? "" : "cannot be understood either";
+}
+
+std::string Resolver::linkFault(NodeId id) {
+  const std::string name = oneLine(properties(id).text(Property::PValue));
+  const std::optional<NodeId> behind = state(id).behind;
+  if (!behind) return fmt::format("pValue '{}' names no node", name);
+  literalBehind(id);  // walks the chain
+  if (state(id).circular) return "its pValue leads back to itself";
+  const std::string why = objection(id, *behind);
+  return why.empty() ? "" : fmt::format("pValue '{}' {}", name, why);
+}
+
+std::string Resolver::indexFault(NodeId id) {
+  const std::vector<NodeId> targets = valueTargets(id);
+  const bool sound = hasIndexedLiteral(index[id].element) ||
+                     std::any_of(targets.begin(), targets.end(),
+                                 [&](NodeId behind) { return objection(id, behind).empty(); });
+  return sound ? "" : "nothing that its pIndex selects can be understood";
+}
+
+std::string Resolver::valueFault(NodeId id) {
+  const ElementKind kind = index[id].kind;
+  const std::string value = properties(id).text(Property::Value);
+  if (value.empty()) return "";
+  const bool number =
+      kind == ElementKind::Integer || kind == ElementKind::Float || kind == ElementKind::Enumeration;
+  if (number && !ownLiteral(id).number) return fmt::format("Value '{}' is no number", oneLine(value));
+  if (kind == ElementKind::Boolean && !parseBoolean(value))
+    return fmt::format("Value '{}' is neither true nor false", oneLine(value));
+  return "";
+}
+
+// What a node has from the one behind it, or from its own register. A converter's formula is not evaluated,
+// so of the node behind it only the unit counts.
+void Resolver::inherit(NodeId id) {
+  const State& node = state(id);
+  const ElementKind kind = index[id].kind;
+  Resolved& found = state(id).resolved;
+  if (!node.behind) {
+    const auto range = registerRange(kind, node.properties, node.traits.isSigned == true);
+    if (range) std::tie(found.min, found.max) = std::pair(range->min, range->max);
     return;
   }
-  const bool number = index[id].kind == ElementKind::Integer || index[id].kind == ElementKind::Float ||
-                      index[id].kind == ElementKind::Enumeration;
-  const std::string value = own.text(Property::Value);
-  if (value.empty()) return;
-  if (number && !numberOf(own, Property::Value, index[id].kind)) {
-    fault = fmt::format("Value '{}' is no number", oneLine(value));
-  }
-  if (index[id].kind == ElementKind::Boolean && !parseBoolean(value)) {
-    fault = fmt::format("Value '{}' is neither true nor false", oneLine(value));
-  }
+  const Resolved& behind = state(*node.behind).resolved;
+  found.unit = shareable(behind.unit);
+  if (isFormula(kind)) return;
+  if (behind.min) found.min = inKind(*behind.min, kind);
+  if (behind.max) found.max = inKind(*behind.max, kind);
+  found.increment = behind.increment;
+  found.representation = shareable(behind.representation);
+  found.text = shareable(behind.text);
 }
 
-void Resolver::findBounds(NodeId id) {
-  State& own = state(id);
-  const ElementKind kind = index[id].kind;
-  Resolved& found = own.resolved;
-  // A converter's formula is not evaluated, so the raw range behind it says nothing of its own.
-  if (const std::optional<NodeId> behind = state(id).behind; behind && !isFormula(kind)) {
-    const Resolved& raw = state(*behind).resolved;
-    found.min = raw.min;
-    found.max = raw.max;
-    found.increment = raw.increment;
-    found.unit = raw.unit;
-    found.representation = raw.representation;
-    found.text = raw.text;
-  } else if (const std::optional<RegisterRange> range =
-                 registerRange(kind, own.properties, own.traits.isSigned == true)) {
-    found.min = range->min;
-    found.max = range->max;
-  }
-  takeBounds(id);
-  found.unit = shared(id, Property::Unit, found.unit);
-  found.representation = shared(id, Property::Representation, found.representation);
-  if (kind == ElementKind::String) found.text = shared(id, Property::Value, found.text);
-}
-
-// What the node says itself, over what it has from its register or the node behind it.
+// What the node says itself, over what it inherits, unless that leaves no value at all.
 void Resolver::takeBounds(NodeId id) {
   Resolved& found = state(id).resolved;
   const ElementKind kind = index[id].kind;
-  const auto said = [&](Property literalBound, Property link) {
-    const std::optional<Number> bound = boundOf(properties(id), literalBound, kind);
-    return bound ? bound : constant(target(id, link));
+  const auto said = [&](Property bound, Property link) {
+    const Literal literal = literalOf(id, bound);
+    return literal.number ? literal : constant(target(id, link));
   };
-  const auto [rawMin, rawMax] = std::pair(found.min, found.max);
-  const auto clash = [&] { return found.min && found.max && toFloat(*found.max) < toFloat(*found.min); };
-  if (const auto min = said(Property::Min, Property::PMin)) found.min = min;
-  if (const auto max = said(Property::Max, Property::PMax)) found.max = max;
-  // 0xFFFFFFFFFFFFFFFF behind pMax means no bound, and wraps to -1.
-  if (clash()) found.max = rawMax;
-  if (clash()) found.min = rawMin;
-  const std::optional<Number> increment = said(Property::Inc, Property::PInc);
-  if (increment && toFloat(*increment) > 0) found.increment = increment;
+  const auto inherited = std::pair(found.min, found.max);
+  if (const Literal min = said(Property::Min, Property::PMin); min.number)
+    found.min = inKind(*min.number, kind);
+  if (const Literal max = said(Property::Max, Property::PMax); max.number)
+    found.max = max.wrapped ? inKind(kNoUpperBound, kind) : inKind(*max.number, kind);
+  if (found.min && found.max && *found.max < *found.min) {
+    found.boundsFault =
+        kept(fmt::format("its minimum {} is above its maximum {}", written(*found.min), written(*found.max)));
+    std::tie(found.min, found.max) = inherited;
+  }
+  const Literal increment = said(Property::Inc, Property::PInc);
+  if (increment.number && toFloat(*increment.number) > 0) found.increment = increment.number;
 }
 
-std::string_view Resolver::shared(NodeId id, Property property, std::string_view behind) {
-  std::string own = properties(id).text(property);
-  if (own.empty() || own.size() > kMaxSharedText) return behind;
-  return texts.emplace_back(std::move(own));
+void Resolver::takeTexts(NodeId id) {
+  const Properties& said = properties(id);
+  Resolved& found = state(id).resolved;
+  const auto take = [&](std::string_view& text, Property property) {
+    if (said.has(property)) text = kept(said.text(property));
+  };
+  take(found.unit, Property::Unit);
+  take(found.representation, Property::Representation);
+  if (index[id].kind == ElementKind::String && !said.has(Property::PValue)) take(found.text, Property::Value);
+}
+
+std::string_view Resolver::kept(std::string text) {
+  if (text.empty()) return {};
+  return texts.emplace_back(std::move(text));
 }
 
 }  // namespace vireo::genicam

@@ -26,12 +26,14 @@ struct Resolved {
   std::optional<Number> increment;
   std::string_view unit;
   std::string_view representation;
-  std::string_view text;  ///< a String's literal value
-  std::string fault;      ///< why the node can't be understood; empty for a sound one
+  std::string_view text;         ///< a String's literal value
+  std::string_view fault;        ///< why the node can't be understood; empty for a sound one
+  std::string_view boundsFault;  ///< why its own bounds don't count; empty where they do
 };
 
 /// Follows the links between nodes (pValue, indexed values, conditions, bounds). What a node resolves to is
-/// worked out once, without recursion, and kept: chains cost their length, circles end.
+/// worked out once, without recursion, and kept: chains cost their length, circles end. What it gives refers
+/// to texts that the resolver keeps.
 class Resolver {
  public:
   explicit Resolver(const NodeIndex& nodeIndex);
@@ -50,12 +52,13 @@ class Resolver {
 
   struct Literal {
     std::optional<Number> number;
-    bool writable = false;
+    bool wrapped = false;   ///< it was written as 2^63 to 2^64-1
+    bool writable = false;  ///< so it is no constant
   };
 
   struct State {
-    State(pugi::xml_node element, const NodeIndex& index, const Traits* shared)
-        : properties(element), traits(properties, index, shared) {}
+    State(pugi::xml_node element, const NodeIndex& index, const Traits* structure)
+        : properties(element), traits(properties, index, structure) {}
 
     Properties properties;
     Traits traits;
@@ -64,32 +67,46 @@ class Resolver {
     Literal literal;
     Progress resolving = Progress::Open;
     Progress finding = Progress::Open;
-    bool reached = false;  ///< by a feature that may write it
+    bool circular = false;  ///< pValue leads back to it
+    bool early = false;     ///< resolved before what lies behind it
+    bool reached = false;   ///< by a feature that may write it
     bool writable = false;
   };
 
   State& state(NodeId id);
   const Traits* structureOf(NodeId id);
   std::optional<NodeId> target(NodeId id, Property link);
-  std::optional<Number> ownLiteral(NodeId id);
-  Literal passedOn(NodeId id, const Literal& behind);
-  const Literal& literalBehind(NodeId id);
-  std::optional<Number> constant(std::optional<NodeId> id);
-  std::string_view shared(NodeId id, Property property, std::string_view behind);
+  bool isIndexed(NodeId id);
   std::vector<NodeId> valueTargets(NodeId id);
   std::vector<NodeId> writeTargets(NodeId id);
+
+  Literal literalOf(NodeId id, Property property);
+  Literal ownLiteral(NodeId id);
+  Literal passedOn(NodeId id, const Literal& behind);
+  const Literal& literalBehind(NodeId id);
+  Literal constant(std::optional<NodeId> id);
+  bool isNever(std::optional<NodeId> condition);
+  bool isAlways(std::optional<NodeId> condition);
+
   void combine(NodeId id);
-  AccessMode accessByItself(NodeId id);
+  bool isEarly(std::optional<NodeId> behind);
+  AccessMode ownAccess(NodeId id);
+  AccessMode accessBehind(NodeId id);
   AccessMode sharedByIndexed(NodeId id);
-  void findFault(NodeId id);
-  void findBounds(NodeId id);
+  std::string objection(NodeId id, NodeId behind);
+  std::string linkFault(NodeId id);
+  std::string indexFault(NodeId id);
+  std::string valueFault(NodeId id);
+  void inherit(NodeId id);
   void takeBounds(NodeId id);
+  void takeTexts(NodeId id);
+  std::string_view kept(std::string text);
 
   const NodeIndex& index;
   std::vector<std::uint32_t> slots;  ///< 1 + place in states; 0 for a node that nobody asked for
   std::deque<State> states;          ///< grows without moving what it holds
   std::map<pugi::xml_node, Traits> structures;
-  std::deque<std::string> texts;
+  std::deque<std::string> texts;  ///< what the resolved nodes refer to
 };
 
 }  // namespace vireo::genicam

@@ -17,12 +17,12 @@ Visibility visibilityOf(const std::string& text) {
 
 }  // namespace
 
-Traits::Traits(const Properties& own, const NodeIndex& index, const Traits* shared) {
+Traits::Traits(const Properties& said, const NodeIndex& index, const Traits* structure) {
   const auto take = [&](auto Traits::*field, Property property, const auto& read) {
-    if (own.has(property)) {
-      this->*field = read(own.text(property));
-    } else if (shared != nullptr) {
-      this->*field = shared->*field;
+    if (said.has(property)) {
+      this->*field = read(said.text(property));
+    } else if (structure != nullptr) {
+      this->*field = structure->*field;
     }
   };
   const auto link = [&](const std::string& name) { return index.find(name); };
@@ -30,9 +30,9 @@ Traits::Traits(const Properties& own, const NodeIndex& index, const Traits* shar
   take(&Traits::imposed, Property::ImposedAccessMode, accessMode);
   take(&Traits::isSigned, Property::Sign, [](const std::string& text) { return text == "Signed"; });
   take(&Traits::visibility, Property::Visibility, visibilityOf);
-  take(&Traits::isImplemented, Property::PIsImplemented, link);
-  take(&Traits::isAvailable, Property::PIsAvailable, link);
-  take(&Traits::isLocked, Property::PIsLocked, link);
+  take(&Traits::implementedBy, Property::PIsImplemented, link);
+  take(&Traits::availableBy, Property::PIsAvailable, link);
+  take(&Traits::lockedBy, Property::PIsLocked, link);
 }
 
 AccessMode Traits::allowed() const {

@@ -12,8 +12,8 @@ namespace vireo::genicam {
 /// What a node says of its access, sign and visibility. A StructReg says it for all of its entries, so it is
 /// kept as read: texts may be long, entries many.
 struct Traits {
-  /// `shared` is what holds where the node itself says nothing.
-  Traits(const Properties& own, const NodeIndex& index, const Traits* shared = nullptr);
+  /// `structure` is what holds where the node itself says nothing.
+  Traits(const Properties& said, const NodeIndex& index, const Traits* structure = nullptr);
 
   /// ImposedAccessMode and AccessMode together; everything where neither is said.
   AccessMode allowed() const;
@@ -22,9 +22,9 @@ struct Traits {
   std::optional<AccessMode> imposed;
   std::optional<bool> isSigned;
   std::optional<Visibility> visibility;
-  std::optional<NodeId> isImplemented;  ///< the nodes that the conditions name
-  std::optional<NodeId> isAvailable;
-  std::optional<NodeId> isLocked;
+  std::optional<NodeId> implementedBy;  ///< the nodes that the conditions name
+  std::optional<NodeId> availableBy;
+  std::optional<NodeId> lockedBy;
 };
 
 }  // namespace vireo::genicam

@@ -16,16 +16,19 @@ NodeMap XmlParser::parse(const std::string& xml) {
   const NodeIndex index(readDocument(xml, document));
   const FeatureList list = listFeatures(index);
   Resolver resolver(index);
+  // Without a Root every constant is listed like a feature, though hardly anybody means to write it.
   if (list.hasRoot) resolver.markWritable(list.features);
   NodeMap nodes;
   for (const Feature& feature : list.features) {
     const std::string_view name = index[feature.id].name;
-    const std::string& fault = resolver.resolve(feature.id).fault;
-    if (fault.empty()) {
-      nodes.emplace(name, buildNode(index, resolver, feature));
-    } else {
-      BRIO_LOG_DEBUG("feature '{}' is left out: {}", oneLine(name), fault);
+    const Resolved& resolved = resolver.resolve(feature.id);
+    if (!resolved.fault.empty()) {
+      BRIO_LOG_DEBUG("feature '{}' is left out: {}", oneLine(name), resolved.fault);
+      continue;
     }
+    if (!resolved.boundsFault.empty())
+      BRIO_LOG_DEBUG("range of feature '{}' is left out: {}", oneLine(name), resolved.boundsFault);
+    nodes.emplace(name, buildNode(index, resolver, feature));
   }
   return nodes;
 }

@@ -49,7 +49,7 @@ std::string render(const NodeVariant& node) {
 std::vector<std::string> descriptionNames() {
   std::vector<std::string> names;
   for (const auto& file : fs::directory_iterator(VIREO_TEST_DATA)) {
-    if (file.path().extension() == ".txt") names.push_back(file.path().stem());
+    if (file.path().extension() == ".xml") names.push_back(file.path().stem());
   }
   return names;
 }
@@ -75,14 +75,15 @@ TEST(XmlParser, SaysWhereAndWhyATextIsNoDescription) {
       {"", "empty"},
       {std::string("\0 \n", 3), "empty"},
       {"plain text", "not XML: no markup in 10 bytes"},
-      {"PK\x03\x04", "not XML but a ZIP archive: unpack it first"},
+      {"PK\x03\x04 <x", "not XML but a ZIP archive: unpack it first"},
+      {"\x1F\x8B\b <x", "not XML but a gzip file: unpack it first"},
       {"<a/>", "the root element at line 1 (byte 1) is 'a', expected 'RegisterDescription'"},
       {"Maker\n<?xml version='1.0'?>\n<html></html>",
        "the root element at line 3 (byte 29) is 'html', expected 'RegisterDescription'"},
       {open + "\n<Integer", "not well-formed XML at line 2 (byte 29): Error parsing start element tag"},
       {open + "\n<Integer>\n</Float>", "not well-formed XML at line 3 (byte 34): Start-end tags mismatch"},
       {open, "not well-formed XML at line 1 (byte 20): Start-end tags mismatch"},
-      {open + std::string("<Int\0eger/>", 11), "NUL byte at line 1 (byte 25)"},
+      {std::string("\0", 1) + open + std::string("<Int\0eger/>", 11), "NUL byte at line 1 (byte 26)"},
   };
   for (const auto& [text, reason] : rows) {
     try {

@@ -10,13 +10,14 @@
 #include <string_view>
 
 #include "number.h"
-#include "one_line.h"
+#include "utf8.h"
 
 namespace vireo::genicam {
 namespace {
 
 constexpr const char* kRootElement = "RegisterDescription";
 constexpr std::string_view kOpeningTag = "<RegisterDescription";
+constexpr std::string_view kClosingTag = "</RegisterDescription";
 
 // Entities other than the five of XML itself are left as they stand, so that none can grow.
 constexpr unsigned kParseOptions = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
@@ -52,6 +53,14 @@ std::size_t startOfDescription(std::string_view text) {
   return at;
 }
 
+void refuseArchive(std::string_view text) {
+  const auto refuse = [&](std::string_view magic, const char* kind) {
+    if (text.starts_with(magic)) fail(fmt::format("not XML but {}: unpack it first", kind));
+  };
+  refuse("PK\x03\x04", "a ZIP archive");
+  refuse("\x1F\x8B", "a gzip file");
+}
+
 // Some cameras put text, a comment or a byte-order mark before the XML declaration, some have no declaration.
 std::size_t startOfMarkup(std::string_view text) {
   if (hasWideByteOrderMark(text)) return 0;
@@ -59,45 +68,31 @@ std::size_t startOfMarkup(std::string_view text) {
   for (std::size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at + 1)) {
     if (at + 1 < text.size() && startsMarkup(text[at + 1])) return at;
   }
-  if (text.starts_with("PK")) fail("not XML but a ZIP archive: unpack it first");
   fail(fmt::format("not XML: no markup in {} bytes", text.size()));
 }
 
-// The length of the UTF-8 sequence that `text` begins with; 0 for none, an overlong one or a surrogate.
-std::size_t sequenceLength(std::string_view text) {
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned lead = byte(0);
-  const std::size_t length = lead < 0x80                   ? 1
-                             : lead >= 0xC2 && lead < 0xE0 ? 2
-                             : lead >= 0xE0 && lead < 0xF0 ? 3
-                             : lead >= 0xF0 && lead < 0xF5 ? 4
-                                                           : 0;
-  if (length > text.size()) return 0;
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) return 0;
-  }
-  if ((lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xED && byte(1) > 0x9F)) return 0;
-  if ((lead == 0xF0 && byte(1) < 0x90) || (lead == 0xF4 && byte(1) > 0x8F)) return 0;
-  return length;
+bool isInComment(std::string_view text, std::size_t at) {
+  const std::string_view rest = text.substr(at);
+  if (rest.find("-->") >= rest.find("<!--")) return false;  // mostly so, and soon known
+  const std::size_t comment = text.rfind("<!--", at);
+  return comment != std::string_view::npos && text.find("-->", comment) > at;
 }
 
-bool isUtf8(std::string_view text) {
-  while (!text.empty()) {
-    std::uint64_t eight = 0x80;
-    if (text.size() >= sizeof eight) std::memcpy(&eight, text.data(), sizeof eight);
-    const bool ascii = (eight & 0x8080808080808080) == 0;
-    const std::size_t length = ascii ? sizeof eight : sequenceLength(text);
-    if (length == 0) return false;
-    text.remove_prefix(length);
-  }
-  return true;
+// What follows the description's end tag is no part of it: erased flash, a checksum, the rest of a longer
+// one.
+std::string_view withoutTrailer(std::string_view text) {
+  std::size_t at = text.rfind(kClosingTag);
+  while (at != std::string_view::npos && isInComment(text, at))
+    at = text.substr(0, text.rfind("<!--", at)).rfind(kClosingTag);
+  const std::size_t end = at == std::string_view::npos ? at : text.find('>', at);
+  return end == std::string_view::npos ? text : text.substr(0, end + 1);
 }
 
-// Cameras that claim UTF-8 and send the degree sign as one byte mean Latin-1, where every byte is a
-// character.
+// The bytes decide, not the declaration: cameras that claim UTF-8 and send the degree sign as one byte mean
+// Latin-1, where every byte is a character, and what is UTF-8 by accident is no text.
 pugi::xml_encoding encodingOf(std::string_view text) {
   if (hasWideByteOrderMark(text)) return pugi::encoding_auto;
-  return isUtf8(text) ? pugi::encoding_auto : pugi::encoding_latin1;
+  return isUtf8(text) ? pugi::encoding_utf8 : pugi::encoding_latin1;
 }
 
 std::size_t linesIn(std::string_view text) {
@@ -121,7 +116,7 @@ std::size_t sizeInUtf8(std::uint32_t unit) {
 }
 
 // The line ends before an offset that counts bytes of UTF-8, in a text of another encoding.
-std::size_t linesIn(std::string_view text, std::size_t offset, pugi::xml_encoding encoding) {
+std::size_t convertedLinesIn(std::string_view text, std::size_t offset, pugi::xml_encoding encoding) {
   const bool littleEndian = encoding == pugi::encoding_utf16_le || encoding == pugi::encoding_utf32_le;
   const std::size_t width = bytesPerUnit(encoding);
   std::size_t lines = 0;
@@ -138,7 +133,7 @@ std::size_t linesIn(std::string_view text, std::size_t offset, pugi::xml_encodin
 }
 
 /// A description whose markup begins at `start`, and how its bytes were read.
-struct Source {
+struct MarkupText {
   std::string_view text;
   std::size_t start;
   pugi::xml_encoding encoding;
@@ -147,17 +142,17 @@ struct Source {
   /// Where the parser stopped; it counts bytes of what it converted, so only the line is known then.
   std::string place(std::size_t offset) const {
     if (!isConverted()) return position(text, std::min(start + offset, text.size()));
-    return fmt::format("line {}",
-                       1 + linesIn(text.substr(0, start)) + linesIn(text.substr(start), offset, encoding));
+    return fmt::format("line {}", 1 + linesIn(text.substr(0, start)) +
+                                      convertedLinesIn(text.substr(start), offset, encoding));
   }
 };
 
-[[noreturn]] void failAt(const Source& source, std::size_t offset, const char* reason) {
+[[noreturn]] void failAt(const MarkupText& source, std::size_t offset, const char* reason) {
   const std::size_t end = source.text.find_last_not_of('\0') + 1;
-  const std::size_t nul = source.text.substr(0, end).find('\0');
+  const std::size_t nul = source.text.substr(0, end).find('\0', source.start);
   if (nul <= source.start + offset && !hasWideByteOrderMark(source.text))
     fail(fmt::format("NUL byte at {}", position(source.text, nul)));
-  const Source whole = {source.text.substr(0, end), source.start, source.encoding};
+  const MarkupText whole = {source.text.substr(0, end), source.start, source.encoding};
   fail(fmt::format("not well-formed XML at {}: {}", whole.place(offset), reason));
 }
 
@@ -165,11 +160,13 @@ struct Source {
 
 pugi::xml_node readDocument(const std::string& text, pugi::xml_document& document) {
   if (text.find_first_not_of(std::string_view("\0 \t\r\n", 5)) == std::string::npos) fail("empty");
+  refuseArchive(text);
   const std::size_t start = startOfMarkup(text);
-  const std::string_view markup = std::string_view(text).substr(start);
+  std::string_view markup = std::string_view(text).substr(start);
+  if (!hasWideByteOrderMark(markup)) markup = withoutTrailer(markup);
   const pugi::xml_parse_result result =
       document.load_buffer(markup.data(), markup.size(), kParseOptions, encodingOf(markup));
-  const Source source = {text, start, result.encoding};
+  const MarkupText source = {text, start, result.encoding};
   if (!result) failAt(source, static_cast<std::size_t>(result.offset), result.description());
   const pugi::xml_node root = document.document_element();
   if (std::strcmp(root.name(), kRootElement) != 0) {
@@ -186,6 +183,7 @@ std::string textOf(pugi::xml_node element) {
     if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) joined += child.value();
   }
   const std::string_view inner = trimmed(joined);
+  if (!isPlain(inner)) return plain(inner);
   return inner.size() == joined.size() ? joined : std::string(inner);
 }
 

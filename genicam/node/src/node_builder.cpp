@@ -7,7 +7,7 @@
 
 #include "brio/fnd/log.h"
 #include "document.h"
-#include "one_line.h"
+#include "utf8.h"
 
 namespace vireo::genicam {
 namespace {
@@ -78,7 +78,7 @@ EnumerationNode buildEnumeration(const Described& described) {
   const std::optional<Number> current = described.value();
   for (pugi::xml_node entry = described.element().child("EnumEntry"); entry;
        entry = entry.next_sibling("EnumEntry")) {
-    const std::string name(trimmed(entry.attribute("Name").value()));
+    const std::string name = plain(trimmed(entry.attribute("Name").value()));
     const std::string text = textOf(entry.child("Value"));
     const std::optional<std::int64_t> value = parseInteger(text);
     std::string fault;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "number.h"
+#include "utf8.h"
 
 namespace vireo::genicam {
 namespace {
@@ -74,10 +75,11 @@ NodeIndex::NodeIndex(pugi::xml_node root) {
 }
 
 void NodeIndex::add(pugi::xml_node element) {
-  const std::string_view name = trimmed(element.attribute("Name").value());
-  if (name.empty()) return;
+  std::string_view name = trimmed(element.attribute("Name").value());
   const std::optional<ElementKind> kind = kindOf(element.name());
-  if (kind) nodes.push_back({element, name, *kind});
+  if (name.empty() || !kind) return;
+  if (!isPlain(name)) name = repairedNames.emplace_back(plain(name));
+  nodes.push_back({element, name, *kind});
 }
 
 void NodeIndex::sortKeys() {

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <pugixml.hpp>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -63,6 +65,7 @@ class NodeIndex {
 
   std::vector<IndexedNode> nodes;
   std::vector<Key> keys;
+  std::deque<std::string> repairedNames;  ///< of nodes whose names cannot be shown as they stand
 };
 
 }  // namespace vireo::genicam

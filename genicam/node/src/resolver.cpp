@@ -11,8 +11,8 @@
 
 #include "access.h"
 #include "document.h"
-#include "one_line.h"
 #include "register_range.h"
+#include "utf8.h"
 
 namespace vireo::genicam {
 namespace {

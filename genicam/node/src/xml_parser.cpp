@@ -6,8 +6,8 @@
 #include "feature_list.h"
 #include "node_builder.h"
 #include "node_index.h"
-#include "one_line.h"
 #include "resolver.h"
+#include "utf8.h"
 
 namespace vireo::genicam {
 

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+#include "utf8.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+namespace vireo::genicam {
+namespace {
+
+constexpr int kMaxCharacters = 80;
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+
+// The length of the UTF-8 sequence that `text` begins with; 0 for none, an overlong one or a surrogate.
+std::size_t sequenceLength(std::string_view text) {
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned lead = byte(0);
+  const std::size_t length = lead < 0x80                   ? 1
+                             : lead >= 0xC2 && lead < 0xE0 ? 2
+                             : lead >= 0xE0 && lead < 0xF0 ? 3
+                             : lead >= 0xF0 && lead < 0xF5 ? 4
+                                                           : 0;
+  if (length > text.size()) return 0;
+  for (std::size_t i = 1; i < length; ++i) {
+    if ((byte(i) & 0xC0) != 0x80) return 0;
+  }
+  if ((lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xED && byte(1) > 0x9F)) return 0;
+  if ((lead == 0xF0 && byte(1) < 0x90) || (lead == 0xF4 && byte(1) > 0x8F)) return 0;
+  return length;
+}
+
+// Those of ASCII, and U+0080 to U+009F, two bytes each.
+bool isControl(std::string_view character) {
+  const auto first = static_cast<unsigned char>(character[0]);
+  if (first < 0x20 || first == 0x7F) return true;
+  return first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
+}
+
+// Takes the first character off `text`; empty for a byte that begins none, and for a control character.
+std::string_view takeCharacter(std::string_view& text) {
+  const std::size_t length = sequenceLength(text);
+  const std::string_view character = text.substr(0, length);
+  text.remove_prefix(std::max<std::size_t>(1, length));
+  return character.empty() || isControl(character) ? std::string_view() : character;
+}
+
+}  // namespace
+
+bool isUtf8(std::string_view text) {
+  while (!text.empty()) {
+    std::uint64_t eight = 0x80;
+    if (text.size() >= sizeof eight) std::memcpy(&eight, text.data(), sizeof eight);
+    const bool ascii = (eight & 0x8080808080808080) == 0;
+    const std::size_t length = ascii ? sizeof eight : sequenceLength(text);
+    if (length == 0) return false;
+    text.remove_prefix(length);
+  }
+  return true;
+}
+
+bool isPlain(std::string_view text) {
+  // Most texts are short and plain ASCII: no branch a byte.
+  bool odd = false;
+  for (const char c : text)
+    odd |= (static_cast<unsigned char>(c) - 0x20u >= 0x5Fu) & (c != '\n') & (c != '\t');
+  return !odd || plain(text) == text;
+}
+
+std::string plain(std::string_view text) {
+  std::string shown;
+  while (!text.empty()) {
+    const char first = text.front();
+    const std::string_view character = takeCharacter(text);
+    if (first == '\n' || first == '\t') {
+      shown += first;
+    } else {
+      shown += character.empty() ? kReplacement : character;
+    }
+  }
+  return shown;
+}
+
+std::string oneLine(std::string_view text) {
+  std::string line;
+  for (int count = 0; count < kMaxCharacters && !text.empty(); ++count) {
+    const std::string_view character = takeCharacter(text);
+    line += character.empty() ? "?" : character;
+  }
+  return line;
+}
+
+}  // namespace vireo::genicam

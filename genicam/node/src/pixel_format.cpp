@@ -61,6 +61,18 @@ std::optional<Bits> skipNumber(std::string_view& text) {
   return number;
 }
 
+// Bits of a component or of the word that holds some.
+std::optional<Bits> skipBits(std::string_view& text) {
+  const std::optional<Bits> bits = skipNumber(text);
+  return bits && *bits >= 1 && *bits <= 64 ? bits : std::nullopt;
+}
+
+// The order of components that may end a name: _Planar, _CbYCrY, _YY_CbCr_Semiplanar.
+bool isOrder(std::string_view text) {
+  const auto fits = [](char c) { return c == '_' || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
+  return text.empty() || (text.front() == '_' && std::all_of(text.begin(), text.end(), fits));
+}
+
 constexpr Bits wholeBytes(Bits bits) {
   return (bits + 7) / 8 * 8;
 }
@@ -95,50 +107,52 @@ Bits packedBits(Bits components, Bits bits) {
 std::optional<Bits> storedBits(Bits components, Bits bits, std::string_view storage) {
   skip(storage, "s") || skip(storage, "f");
   const std::string_view packing = storage.substr(0, storage.find('_'));
+  if (!isOrder(storage.substr(packing.size()))) return std::nullopt;
   if (packing.empty() || packing == "Planar" || packing == "Signed") return components * wholeBytes(bits);
   if (packing == "p" || packing == "pmsb") return components * bits;
   if (packing == "Packed") return packedBits(components, bits);
-  std::string_view word = packing;
-  if (skip(word, "p") || skip(word, "a")) return skipNumber(word);
-  if (!skip(word, "c")) return std::nullopt;
-  const std::optional<Bits> shared = skipNumber(word);
-  if (!shared || *shared == 0 || !skip(word, "a")) return std::nullopt;
-  const std::optional<Bits> wordBits = skipNumber(word);
-  if (!wordBits) return std::nullopt;
-  return (components * *wordBits + *shared - 1) / *shared;
+  std::string_view rest = packing;
+  std::optional<Bits> shared = components;
+  if (skip(rest, "c")) {
+    shared = skipBits(rest);
+    if (!shared || !skip(rest, "a")) return std::nullopt;
+  } else if (!skip(rest, "p") && !skip(rest, "a")) {
+    return std::nullopt;
+  }
+  const std::optional<Bits> word = skipBits(rest);
+  if (!word || !rest.empty()) return std::nullopt;
+  return (components * *word + *shared - 1) / *shared;
+}
+
+// The older names leave out the eight bits: YUV422Packed, YUV422_YUYV_Packed.
+bool isOlderLumaChroma(std::string_view afterSubsampling) {
+  std::string_view rest = afterSubsampling;
+  return rest.empty() || rest.ends_with("_Packed") || (skip(rest, "Packed") && isOrder(rest));
 }
 
 // YUV and YCbCr: an optional colour space (601, 709, 2020), an optional subsampling, then the bits.
 std::optional<Bits> lumaChromaBits(std::string_view rest) {
-  std::optional<Bits> number = skipNumber(rest);
-  if (number == 601u || number == 709u || number == 2020u) {
+  for (const char* const space : {"601", "709", "2020"}) skip(rest, space) && skip(rest, "_");
+  std::string_view afterTag = rest;
+  const std::optional<Bits> eighths = eighthsOfSubsampling(skipNumber(afterTag).value_or(0));
+  if (eighths) {
+    rest = afterTag;
+    if (isOlderLumaChroma(rest)) return *eighths;
     skip(rest, "_");
-    number = skipNumber(rest);
   }
-  Bits eighths = 24;
-  if (number) {
-    if (const std::optional<Bits> share = eighthsOfSubsampling(*number)) {
-      eighths = *share;
-      skip(rest, "_");
-      number = skipNumber(rest);
-    }
-  }
-  // The older names (YUV422Packed, YUV422_YUYV_Packed) leave out the eight bits.
-  const bool eightBits = !number || rest.starts_with("Packed");
-  const std::optional<Bits> sample = eightBits ? 8 : storedBits(1, *number, rest);
+  const std::optional<Bits> bits = skipBits(rest);
+  const std::optional<Bits> sample = bits ? storedBits(1, *bits, rest) : std::nullopt;
   if (!sample) return std::nullopt;
-  return (eighths * *sample + 7) / 8;
+  return (eighths.value_or(24) * *sample + 7) / 8;
 }
 
 std::optional<Bits> colourBits(std::string_view name) {
   for (const Family& family : kFamilies) {
     std::string_view rest = name;
     if (!skip(rest, family.prefix)) continue;
-    const std::optional<Bits> bits = skipNumber(rest);
-    if (!bits) continue;
     // One digit a component: the whole pixel fills 16 bits.
-    if (family.components == 3 && (*bits == 565 || *bits == 555)) return 16;
-    return storedBits(family.components, *bits, rest);
+    if (family.components == 3 && (skip(rest, "565") || skip(rest, "555"))) return storedBits(1, 16, rest);
+    if (const std::optional<Bits> bits = skipBits(rest)) return storedBits(family.components, *bits, rest);
   }
   return std::nullopt;
 }
@@ -161,7 +175,7 @@ std::optional<Bits> bitsPerPixel(std::string_view name) {
   } else {
     return colourBits(name);
   }
-  const std::optional<Bits> bits = skipNumber(rest);
+  const std::optional<Bits> bits = skipBits(rest);
   if (!bits) return std::nullopt;
   return storedBits(components, *bits, rest);
 }

@@ -189,6 +189,7 @@ TEST(Lists, AgreeBetweenCameraAndItsDescription) {
   for (const json& row : json::parse(run("describe --json " + file).out)) described[row["name"]] = row;
   EXPECT_EQ(described.at("AcquisitionStart").at("kind"), "Command");
   EXPECT_EQ(described.at("ActionDeviceKey").at("access"), "WO");
+  EXPECT_EQ(described.at("PixelFormat").at("entryValues").at("Mono8"), 0x01080001);
   EXPECT_EQ(described.at("ExposureTime").at("category"), "Root/AcquisitionControl");
   const json listed = json::parse(run("--simulate list --json").out);
   EXPECT_GT(listed.size(), 40u);
@@ -254,7 +255,7 @@ TEST(Mistakes, GetOneLineAndTheRightStatus) {
       {"--simulate --adapter libm.so.6 info", 1, "./libm.so.6"},
       {"--simulate list > /dev/full", 1, "cannot write standard output"},
       {"simulate --interface 192.0.2.1", 1, "no camera can run on 192.0.2.1"},
-      {"--simulate list nothing", 1, "no parameter matches 'nothing'"},
+      {"--simulate list '[W]idth'", 1, "no parameter matches '[W]idth'"},
   };
   for (const auto& [arguments, status, text] : rows) {
     SCOPED_TRACE(arguments);

@@ -43,6 +43,12 @@ std::string scannedKind(const common::Parameter& parameter) {
   return parameter.metadata->entries.empty() ? "String" : "Enumeration";
 }
 
+Json entryValues(const genicam::EnumerationNode& node) {
+  Json values = Json::object();
+  for (const std::string& entry : node.entries) values[entry] = node.entryValues.at(entry);
+  return values;
+}
+
 struct NodeFields {
   ParameterRow& row;
 
@@ -64,6 +70,7 @@ struct NodeFields {
   void operator()(const genicam::EnumerationNode& node) const {
     row.value = node.value;
     row.entries = node.entries;
+    row.entryValues = entryValues(node);
   }
   void operator()(const genicam::CommandNode&) const {}
   void operator()(const genicam::CategoryNode& node) const { row.entries = node.features; }
@@ -90,6 +97,7 @@ Json rowJson(const ParameterRow& row) {
   if (!row.increment.is_null()) json["increment"] = row.increment;
   if (!row.unit.empty()) json["unit"] = row.unit;
   if (!row.entries.empty()) json[row.kind == "Category" ? "features" : "entries"] = row.entries;
+  if (!row.entryValues.is_null()) json["entryValues"] = row.entryValues;
   json["category"] = row.category;
   json["description"] = row.description;
   return json;
@@ -106,22 +114,26 @@ std::string csvText(const std::vector<ParameterRow>& rows) {
   return table.Csv();
 }
 
-std::string tableText(const std::vector<ParameterRow>& rows, bool descriptions) {
+std::string tableText(const std::vector<ParameterRow>& rows, bool detailed) {
   std::vector<std::string> header = {"NAME", "KIND", "ACCESS", "VALUE", "UNIT", "RANGE"};
-  if (descriptions) header.emplace_back("DESCRIPTION");
+  if (detailed) header.insert(header.end(), {"CATEGORY", "DESCRIPTION"});
   TextTable table(std::move(header));
   for (const ParameterRow& row : rows) {
     std::vector<std::string> cells = {row.name,          row.kind, row.access,
                                       textOf(row.value), row.unit, rangeText(row)};
-    if (descriptions) cells.push_back(row.description);
+    if (detailed) cells.insert(cells.end(), {row.category, row.description});
     table.AddRow(std::move(cells));
   }
   return table.Text(OutputWidth());
 }
 
 bool matches(const std::string& name, const std::string& pattern) {
-  const bool wild = pattern.find_first_of("*?[") != std::string::npos;
-  const std::string glob = wild ? pattern : "*" + pattern + "*";
+  std::string glob;
+  for (const char c : pattern) {
+    if (c == '[' || c == '\\') glob += '\\';  // means itself, here
+    glob += c;
+  }
+  if (pattern.find_first_of("*?") == std::string::npos) glob = "*" + glob + "*";
   return fnmatch(glob.c_str(), name.c_str(), FNM_CASEFOLD) == 0;
 }
 
@@ -144,6 +156,8 @@ ParameterRow RowOf(const common::Parameter& parameter, const genicam::NodeMap& n
     row.category =
         std::visit([](const genicam::NodeHeader& header) { return header.category; }, node->second);
     if (getAccessMode(node->second) == genicam::AccessMode::NotAvailable) row.access = "NA";
+    if (const auto* const enumeration = std::get_if<genicam::EnumerationNode>(&node->second))
+      row.entryValues = entryValues(*enumeration);
   }
   return row;
 }
@@ -182,9 +196,9 @@ std::vector<ParameterRow> Matching(const std::vector<ParameterRow>& rows,
   return matching;
 }
 
-std::string RenderRows(const std::vector<ParameterRow>& rows, RowFormat format, bool descriptions) {
+std::string RenderRows(const std::vector<ParameterRow>& rows, RowFormat format, bool detailed) {
   if (format == RowFormat::AsCsv) return csvText(rows);
-  if (format == RowFormat::AsTable) return tableText(rows, descriptions);
+  if (format == RowFormat::AsTable) return tableText(rows, detailed);
   Json list = Json::array();
   for (const ParameterRow& row : rows) list.push_back(rowJson(row));
   return JsonText(list);

@@ -24,7 +24,8 @@ struct ParameterRow {
   Json min;
   Json max;
   Json increment;
-  std::vector<std::string> entries;
+  std::vector<std::string> entries;  ///< a category's are the names of its features
+  Json entryValues;                  ///< the camera's integer for each entry of an enumeration
   std::string unit;
   std::string description;
   std::string category;
@@ -42,8 +43,9 @@ ParameterRow RowOf(const std::string& name, const genicam::NodeVariant& node);
 std::vector<ParameterRow> Matching(const std::vector<ParameterRow>& rows,
                                    const std::vector<std::string>& patterns);
 
-/// What `list` and `describe` print.
-std::string RenderRows(const std::vector<ParameterRow>& rows, RowFormat format, bool descriptions);
+/// What `list` and `describe` print. A detailed table has categories and descriptions too; JSON and CSV
+/// always.
+std::string RenderRows(const std::vector<ParameterRow>& rows, RowFormat format, bool detailed);
 
 /// A parameter's value for JSON: numbers with the digits that they have in text, so that 0.1 stays 0.1.
 Json ValueToJson(const common::Parameter& parameter);

@@ -20,7 +20,8 @@ namespace vireo::host {
 namespace {
 
 constexpr std::string_view gap = "  ";
-constexpr std::size_t narrowest = 8;  // characters that a cut column keeps
+constexpr std::size_t narrowest = 6;  // characters that a cut column keeps
+constexpr std::size_t widest = 60;    // characters of a column where no line has an end
 
 bool startsCharacter(char c) {
   return (static_cast<unsigned char>(c) & 0xc0) != 0x80;  // not a UTF-8 continuation byte
@@ -39,18 +40,29 @@ std::string cut(const std::string& text, std::size_t width) {
   return text.substr(0, bytes) + "…";
 }
 
-std::string oneLine(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
-  return text;
+// A space for each control character but those in `kept`: cameras' texts drive no terminal. U+0080 to U+009F
+// are two bytes each.
+std::string withoutControls(std::string_view text, std::string_view kept) {
+  std::string shown;
+  shown.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
+    const bool wide = byte == 0xc2 && next >= 0x80 && next < 0xa0;
+    const bool control =
+        wide || byte == 0x7f || (byte < 0x20 && kept.find(text[i]) == std::string_view::npos);
+    shown += control ? ' ' : text[i];
+    if (wide) ++i;
+  }
+  return shown;
 }
 
 std::string line(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths) {
   std::string text;
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    const std::string cell = cut(oneLine(cells[i]), widths[i]);
+    const std::string cell = cut(withoutControls(cells[i], {}), widths[i]);
     text += cell;
-    text.append(widths[i] - characters(cell) + gap.size(), ' ');
+    if (i + 1 < cells.size()) text.append(widths[i] - characters(cell) + gap.size(), ' ');
   }
   text.erase(text.find_last_not_of(' ') + 1);
   return text + '\n';
@@ -68,10 +80,12 @@ std::string csvLine(const std::vector<std::string>& cells) {
 }  // namespace
 
 std::vector<std::size_t> TextTable::columnWidths(std::size_t width) const {
+  const std::size_t limit = width == 0 ? widest : width;
   std::vector<std::size_t> widths;
   for (const std::string& title : header_) widths.push_back(characters(title));
   for (const auto& row : rows_) {
-    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], characters(row[i]));
+    for (std::size_t i = 0; i < row.size(); ++i)
+      widths[i] = std::max(widths[i], std::min(limit, characters(row[i])));
   }
   const std::size_t gaps = (widths.size() - 1) * gap.size();
   while (width != 0 && std::accumulate(widths.begin(), widths.end(), gaps) > width) {
@@ -106,9 +120,10 @@ std::size_t OutputWidth() {
 }
 
 std::string CsvCell(std::string_view text) {
-  if (text.find_first_of(",\"\r\n") == std::string_view::npos) return std::string(text);
+  const std::string shown = withoutControls(text, "\t\r\n");
+  if (shown.find_first_of(",\"\r\n") == std::string::npos) return shown;
   std::string quoted = "\"";
-  for (const char c : text) {
+  for (const char c : shown) {
     if (c == '"') quoted += '"';
     quoted += c;
   }

@@ -16,7 +16,8 @@ class TextTable {
   void AddRow(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
   bool Empty() const { return rows_.empty(); }
 
-  /// The table in at most `width` characters a line: the widest columns are cut. 0: no limit.
+  /// The table in at most `width` characters a line: the widest columns are cut. 0: as long as it
+  /// takes, but no column is wider than people read. A space stands for each control character.
   std::string Text(std::size_t width) const;
   /// The same as comma-separated values (RFC 4180), nothing cut.
   std::string Csv() const;

@@ -18,13 +18,13 @@ namespace {
 struct ListOptions {
   std::string file;
   std::vector<std::string> patterns;
-  bool descriptions = false;
+  bool detailed = false;
   bool json = false;
   bool csv = false;
 };
 
 void addFormatOptions(CLI::App* command, ListOptions& options) {
-  command->add_flag("--long", options.descriptions, "Add the descriptions");
+  command->add_flag("--long", options.detailed, "Add categories and descriptions");
   CLI::Option* const json = command->add_flag("--json", options.json, "Print JSON");
   command->add_flag("--csv", options.csv, "Print comma-separated values")->excludes(json);
 }
@@ -33,7 +33,7 @@ ExitStatus print(const std::vector<ParameterRow>& rows, const ListOptions& optio
   const RowFormat format = options.json  ? RowFormat::AsJson
                            : options.csv ? RowFormat::AsCsv
                                          : RowFormat::AsTable;
-  Print(RenderRows(Matching(rows, options.patterns), format, options.descriptions));
+  Print(RenderRows(Matching(rows, options.patterns), format, options.detailed));
   return ExitStatus::Done;
 }
 

@@ -178,13 +178,14 @@ pugi::xml_node readDocument(const std::string& text, pugi::xml_document& documen
 }
 
 std::string textOf(pugi::xml_node element) {
-  std::string joined = element.value();  // the first text is kept in the element itself
-  for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
+  const std::string_view first = element.value();  // the first text is kept in the element itself
+  pugi::xml_node child = element.first_child();
+  if (!child) return plain(trimmed(first));
+  std::string joined(first);
+  for (; child; child = child.next_sibling()) {
     if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) joined += child.value();
   }
-  const std::string_view inner = trimmed(joined);
-  if (!isPlain(inner)) return plain(inner);
-  return inner.size() == joined.size() ? joined : std::string(inner);
+  return plain(trimmed(joined));
 }
 
 }  // namespace vireo::genicam

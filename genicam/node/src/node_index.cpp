@@ -75,9 +75,10 @@ NodeIndex::NodeIndex(pugi::xml_node root) {
 }
 
 void NodeIndex::add(pugi::xml_node element) {
-  std::string_view name = trimmed(element.attribute("Name").value());
   const std::optional<ElementKind> kind = kindOf(element.name());
-  if (name.empty() || !kind) return;
+  if (!kind) return;
+  std::string_view name = trimmed(element.attribute("Name").value());
+  if (name.empty()) return;
   if (!isPlain(name)) name = repairedNames.emplace_back(plain(name));
   nodes.push_back({element, name, *kind});
 }

@@ -84,11 +84,6 @@ std::optional<std::int64_t> parseInteger(std::string_view text) {
   return negative ? std::optional(std::numeric_limits<std::int64_t>::min()) : std::nullopt;
 }
 
-bool wraps(std::string_view text) {
-  const std::optional<std::int64_t> number = parseInteger(text);
-  return number && *number < 0 && !trimmed(text).starts_with('-');
-}
-
 std::optional<double> parseFloat(std::string_view text) {
   std::string_view digits = trimmed(text);
   const bool negative = takePrefix(digits, '-');

@@ -19,9 +19,6 @@ std::string_view trimmed(std::string_view text);
 /// no such number.
 std::optional<std::int64_t> parseInteger(std::string_view text);
 
-/// Whether parseInteger wraps `text`.
-bool wraps(std::string_view text);
-
 /// Decimal, exponent or hexadecimal. Beyond the range of a double, and for infinities, it is the largest
 /// double; too small for one it is 0. Nothing for what is no number.
 std::optional<double> parseFloat(std::string_view text);

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -16,12 +15,14 @@ namespace {
 
 constexpr auto kCount = static_cast<std::size_t>(Property::Count);
 static_assert(kCount <= 32, "a bit for each");
+constexpr std::size_t kUsual = 8;  // properties of one element, mostly
 
 using PropertyName = std::pair<std::string_view, Property>;
 
-// Shorter names first: most comparisons end at the length.
+// Shorter names first: most comparisons end at the length or the first letter.
 constexpr bool before(std::string_view a, std::string_view b) {
-  return a.size() != b.size() ? a.size() < b.size() : a < b;
+  if (a.size() != b.size()) return a.size() < b.size();
+  return a.front() != b.front() ? a.front() < b.front() : a < b;
 }
 
 constexpr std::array kNames = {
@@ -68,22 +69,22 @@ Properties::Properties(pugi::xml_node element) {
   const auto isBefore = [](const PropertyName& entry, std::string_view name) {
     return before(entry.first, name);
   };
-  std::array<pugi::xml_node, kCount> found;
   for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
     const std::string_view name = child.name();
-    const auto* const entry = std::lower_bound(kNames.begin(), kNames.end(), name, isBefore);
-    if (entry == kNames.end() || entry->first != name || has(entry->second) || isEmpty(child)) continue;
-    found[static_cast<std::size_t>(entry->second)] = child;
-    present |= bit(entry->second);
+    const auto* const found = std::lower_bound(kNames.begin(), kNames.end(), name, isBefore);
+    if (found == kNames.end() || found->first != name || has(found->second) || isEmpty(child)) continue;
+    if (children.empty()) children.reserve(kUsual);
+    children.insert(children.begin() + place(found->second), child);
+    present |= bit(found->second);
   }
-  children.reserve(static_cast<std::size_t>(std::popcount(present)));
-  std::copy_if(found.begin(), found.end(), std::back_inserter(children),
-               [](auto child) { return bool(child); });
+}
+
+std::ptrdiff_t Properties::place(Property property) const {
+  return std::popcount(present & (bit(property) - 1));
 }
 
 std::string Properties::text(Property property) const {
-  if (!has(property)) return {};
-  return textOf(children[static_cast<std::size_t>(std::popcount(present & (bit(property) - 1)))]);
+  return has(property) ? textOf(children.begin()[place(property)]) : std::string();
 }
 
 std::optional<std::int64_t> Properties::integer(Property property) const {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <pugixml.hpp>
@@ -53,6 +54,8 @@ class Properties {
 
  private:
   static std::uint32_t bit(Property property) { return std::uint32_t{1} << static_cast<unsigned>(property); }
+
+  std::ptrdiff_t place(Property property) const;  ///< among the children
 
   // Most elements have few of the properties, and a description has very many elements.
   std::uint32_t present = 0;

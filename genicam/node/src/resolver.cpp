@@ -158,7 +158,8 @@ Resolver::Literal Resolver::literalOf(NodeId id, Property property) {
   if (!said.has(property)) return {};
   if (isFloat(index[id].kind)) return {said.number(property)};
   const std::string text = said.text(property);
-  return {parseInteger(text), wraps(text)};
+  const std::optional<std::int64_t> number = parseInteger(text);
+  return {number, number && *number < 0 && !text.starts_with('-')};
 }
 
 Resolver::Literal Resolver::ownLiteral(NodeId id) {
@@ -219,14 +220,11 @@ Resolver::Literal Resolver::constant(std::optional<NodeId> id) {
   return literal.writable ? Literal() : literal;
 }
 
-bool Resolver::isNever(std::optional<NodeId> condition) {
-  const std::optional<Number> answer = constant(condition).number;
-  return answer && isZero(*answer);
-}
-
-bool Resolver::isAlways(std::optional<NodeId> condition) {
-  const std::optional<Number> answer = constant(condition).number;
-  return answer && !isZero(*answer);
+// The answer to a condition: nothing where there is none or only the camera knows.
+std::optional<bool> Resolver::answer(std::optional<NodeId> condition) {
+  if (!condition) return std::nullopt;
+  const std::optional<Number> number = constant(condition).number;
+  return number ? std::optional(!isZero(*number)) : std::nullopt;
 }
 
 const Resolved& Resolver::resolve(NodeId wanted) {
@@ -266,9 +264,11 @@ void Resolver::combine(NodeId id) {
   takeTexts(id);
   const Traits& allowed = traits(id);
   found.access = narrowed(accessBehind(id), ownAccess(id));
-  if (isNever(allowed.implementedBy) || isNever(allowed.availableBy)) found.access = AccessMode::NotAvailable;
+  if (answer(allowed.implementedBy) == false || answer(allowed.availableBy) == false)
+    found.access = AccessMode::NotAvailable;
   const bool hasValue = index[id].kind != ElementKind::Category;
-  if (hasValue && isAlways(allowed.lockedBy)) found.access = narrowed(found.access, AccessMode::ReadOnly);
+  if (hasValue && answer(allowed.lockedBy) == true)
+    found.access = narrowed(found.access, AccessMode::ReadOnly);
 }
 
 bool Resolver::isEarly(std::optional<NodeId> behind) {
@@ -314,14 +314,19 @@ std::string Resolver::objection(NodeId id, NodeId behind) {
   return state(behind).resolved.fault.empty() ? "" : "cannot be understood either";
 }
 
+// Whether pValue alone leads back to it.
+bool Resolver::isCircular(NodeId id) {
+  literalBehind(id);
+  return state(id).circular;
+}
+
 std::string Resolver::linkFault(NodeId id) {
-  const std::string name = oneLine(properties(id).text(Property::PValue));
   const std::optional<NodeId> behind = state(id).behind;
-  if (!behind) return fmt::format("pValue '{}' names no node", name);
-  literalBehind(id);  // walks the chain
-  if (state(id).circular) return "its pValue leads back to itself";
-  const std::string why = objection(id, *behind);
-  return why.empty() ? "" : fmt::format("pValue '{}' {}", name, why);
+  if (behind && state(*behind).resolving == Progress::Active && isCircular(id))
+    return "its pValue leads back to itself";
+  const std::string why = behind ? objection(id, *behind) : "names no node";
+  if (why.empty()) return "";
+  return fmt::format("pValue '{}' {}", oneLine(properties(id).text(Property::PValue)), why);
 }
 
 std::string Resolver::indexFault(NodeId id) {
@@ -333,15 +338,15 @@ std::string Resolver::indexFault(NodeId id) {
 }
 
 std::string Resolver::valueFault(NodeId id) {
+  const Properties& said = properties(id);
   const ElementKind kind = index[id].kind;
-  const std::string value = properties(id).text(Property::Value);
-  if (value.empty()) return "";
   const bool number =
       kind == ElementKind::Integer || kind == ElementKind::Float || kind == ElementKind::Enumeration;
-  if (number && !ownLiteral(id).number) return fmt::format("Value '{}' is no number", oneLine(value));
-  if (kind == ElementKind::Boolean && !parseBoolean(value))
-    return fmt::format("Value '{}' is neither true nor false", oneLine(value));
-  return "";
+  const bool sound =
+      !said.has(Property::Value) || (!number && kind != ElementKind::Boolean) || ownLiteral(id).number;
+  if (sound) return "";
+  return fmt::format("Value '{}' is {}", oneLine(said.text(Property::Value)),
+                     number ? "no number" : "neither true nor false");
 }
 
 // What a node has from the one behind it, or from its own register. A converter's formula is not evaluated,

@@ -67,7 +67,7 @@ class Resolver {
     Literal literal;
     Progress resolving = Progress::Open;
     Progress finding = Progress::Open;
-    bool circular = false;  ///< pValue leads back to it
+    bool circular = false;  ///< its pValue leads back to it
     bool early = false;     ///< resolved before what lies behind it
     bool reached = false;   ///< by a feature that may write it
     bool writable = false;
@@ -85,8 +85,7 @@ class Resolver {
   Literal passedOn(NodeId id, const Literal& behind);
   const Literal& literalBehind(NodeId id);
   Literal constant(std::optional<NodeId> id);
-  bool isNever(std::optional<NodeId> condition);
-  bool isAlways(std::optional<NodeId> condition);
+  std::optional<bool> answer(std::optional<NodeId> condition);
 
   void combine(NodeId id);
   bool isEarly(std::optional<NodeId> behind);
@@ -94,6 +93,7 @@ class Resolver {
   AccessMode accessBehind(NodeId id);
   AccessMode sharedByIndexed(NodeId id);
   std::string objection(NodeId id, NodeId behind);
+  bool isCircular(NodeId id);
   std::string linkFault(NodeId id);
   std::string indexFault(NodeId id);
   std::string valueFault(NodeId id);

@@ -36,6 +36,10 @@ bool isControl(std::string_view character) {
   return first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
 }
 
+bool isBreak(char c) {
+  return c == '\n' || c == '\t';
+}
+
 // Takes the first character off `text`; empty for a byte that begins none, and for a control character.
 std::string_view takeCharacter(std::string_view& text) {
   const std::size_t length = sequenceLength(text);
@@ -44,14 +48,46 @@ std::string_view takeCharacter(std::string_view& text) {
   return character.empty() || isControl(character) ? std::string_view() : character;
 }
 
+std::string shown(std::string_view text) {
+  std::string shown;
+  while (!text.empty()) {
+    const char first = text.front();
+    const std::string_view character = takeCharacter(text);
+    if (isBreak(first)) {
+      shown += first;
+    } else {
+      shown += character.empty() ? kReplacement : character;
+    }
+  }
+  return shown;
+}
+
+// Nearly all texts are plain ASCII, so eight bytes are looked at together. Where fewer are left, they count
+// as none of ASCII's.
+constexpr std::size_t kEight = sizeof(std::uint64_t);
+constexpr std::uint64_t kInEach = 0x0101010101010101;
+
+std::uint64_t nextEight(std::string_view text) {
+  std::uint64_t eight = 0;
+  if (text.size() < kEight) return kInEach * 0x80;
+  std::memcpy(&eight, text.data(), kEight);
+  return eight;
+}
+
+bool isAscii(std::uint64_t eight) {
+  return (eight & kInEach * 0x80) == 0;
+}
+
+// A byte above 0x7E or below 0x20 sets the high bit of one of the three; what it carries is never missed.
+bool isShownAscii(std::uint64_t eight) {
+  return isAscii(eight | (eight + kInEach) | (eight - kInEach * 0x20));
+}
+
 }  // namespace
 
 bool isUtf8(std::string_view text) {
   while (!text.empty()) {
-    std::uint64_t eight = 0x80;
-    if (text.size() >= sizeof eight) std::memcpy(&eight, text.data(), sizeof eight);
-    const bool ascii = (eight & 0x8080808080808080) == 0;
-    const std::size_t length = ascii ? sizeof eight : sequenceLength(text);
+    const std::size_t length = isAscii(nextEight(text)) ? kEight : sequenceLength(text);
     if (length == 0) return false;
     text.remove_prefix(length);
   }
@@ -59,25 +95,14 @@ bool isUtf8(std::string_view text) {
 }
 
 bool isPlain(std::string_view text) {
-  // Most texts are short and plain ASCII: no branch a byte.
-  bool odd = false;
-  for (const char c : text)
-    odd |= (static_cast<unsigned char>(c) - 0x20u >= 0x5Fu) & (c != '\n') & (c != '\t');
-  return !odd || plain(text) == text;
+  const auto isShown = [](char c) { return (c >= 0x20 && c < 0x7F) || isBreak(c); };
+  std::string_view rest = text;
+  while (isShownAscii(nextEight(rest))) rest.remove_prefix(kEight);
+  return std::all_of(rest.begin(), rest.end(), isShown) || shown(text) == text;
 }
 
 std::string plain(std::string_view text) {
-  std::string shown;
-  while (!text.empty()) {
-    const char first = text.front();
-    const std::string_view character = takeCharacter(text);
-    if (first == '\n' || first == '\t') {
-      shown += first;
-    } else {
-      shown += character.empty() ? kReplacement : character;
-    }
-  }
-  return shown;
+  return isPlain(text) ? std::string(text) : shown(text);
 }
 
 std::string oneLine(std::string_view text) {

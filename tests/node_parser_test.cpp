@@ -46,28 +46,18 @@ std::string render(const NodeVariant& node) {
   return std::visit(line, node);
 }
 
-std::vector<std::string> descriptionNames() {
-  std::vector<std::string> names;
-  for (const auto& file : fs::directory_iterator(VIREO_TEST_DATA)) {
-    if (file.path().extension() == ".xml") names.push_back(file.path().stem());
-  }
-  return names;
-}
-
-struct Description : testing::TestWithParam<std::string> {};
+struct Description : testing::TestWithParam<fs::path> {};
 
 TEST_P(Description, IsReadAsItsListingSays) {
-  const fs::path path = fs::path(VIREO_TEST_DATA) / GetParam();
   const RecordingLogger logger;
   std::string listing;
-  for (const auto& [name, node] : XmlParser::parse(readText(fs::path(path) += ".xml")))
-    listing += render(node);
+  for (const auto& [name, node] : XmlParser::parse(readText(GetParam()))) listing += render(node);
   for (const RecordingLogger::Entry& entry : logger.entries()) listing += entry.message() + '\n';
-  EXPECT_EQ(listing, readText(fs::path(path) += ".txt"));
+  EXPECT_EQ(listing, readText(fs::path(GetParam()).replace_extension(".txt")));
 }
 
-INSTANTIATE_TEST_SUITE_P(Data, Description, testing::ValuesIn(descriptionNames()),
-                         [](const auto& row) { return row.param; });
+INSTANTIATE_TEST_SUITE_P(Data, Description, testing::ValuesIn(filesIn(VIREO_TEST_DATA, ".xml")),
+                         [](const auto& row) { return row.param.stem().string(); });
 
 TEST(XmlParser, SaysWhereAndWhyATextIsNoDescription) {
   const std::string open = "<RegisterDescription>";

@@ -116,7 +116,9 @@ std::optional<NodeId> Resolver::target(NodeId id, Property link) {
 // A register's index finds its address instead.
 bool Resolver::isIndexed(NodeId id) {
   const Properties& said = properties(id);
-  return said.has(Property::PIndex) && !said.has(Property::PValue) && !isRegister(index[id].kind);
+  const ElementKind kind = index[id].kind;
+  const bool linksValue = !isRegister(kind) && !isFormula(kind) && kind != ElementKind::Category;
+  return linksValue && said.has(Property::PIndex) && !said.has(Property::PValue);
 }
 
 std::vector<NodeId> Resolver::valueTargets(NodeId id) {

@@ -73,6 +73,13 @@ TEST(Record, IsOneLineOfStampPathLineFunctionThreadMessage) {
   const std::regex line(
       R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(\.\d{1,10})?:\.\./tests/foundation_test\.cpp:\d+:logAt:cam-0: value 3 of x)");
   EXPECT_TRUE(std::regex_match(entry.text, line)) << entry.text;
+
+  logger.take();
+  BRIO_LOG_INFO("wrote '{}'", "a\nb\r");
+  Parameter twoLines;
+  twoLines.name = "c\nd";
+  twoLines.GetValue<double>();
+  EXPECT_THAT(logger.take(), ElementsAre("TestBody|20|wrote 'a b '", testing::EndsWith("parameter: c d")));
 }
 
 TEST(Record, BelowTheThresholdNothingIsFormattedOrWritten) {

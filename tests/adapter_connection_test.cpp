@@ -2,7 +2,9 @@
 // Connecting, checking and disconnecting.
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <limits>
+#include <thread>
 
 #include "support/aravis_script.h"
 #include "support/recording_logger.h"
@@ -41,6 +43,7 @@ TEST_F(Connect, ReportsEachStepInOrder) {
   const auto catalogue = adapter.Connect();
   EXPECT_TRUE(adapter.IsConnected() && adapter.CheckConnection().ok);
   EXPECT_TRUE(catalogue.contains("ActionDeviceKey"));  // write-only, not read
+  EXPECT_EQ(script.count("get_integer ActionDeviceKey"), 0u);
   for (const char* name : {"AcquisitionStart", "Root"}) EXPECT_FALSE(catalogue.contains(name));
   EXPECT_EQ(catalogue.at("Width").GetValueAsString(), "512");
 
@@ -49,13 +52,8 @@ TEST_F(Connect, ReportsEachStepInOrder) {
   EXPECT_THAT(records[1],
               MatchesRegex("loadNodeMapFromDevice.20.GenICamAdapter: parsed [0-9]+ nodes from device XML"));
   EXPECT_THAT(records, Contains("Connect|10|GenICamAdapter: param 'Width' (camera-native)"));
-  EXPECT_EQ(*(records.end() - 2), "Connect|10|GenICamAdapter: TLParamsLocked cleared");
   EXPECT_THAT(records.back(),
               MatchesRegex("Connect.20.GenICamAdapter: connected, [0-9]+ nodes, payload=262144 bytes"));
-  const auto calls = script.takeCalls();
-  EXPECT_EQ(calls[0] + " " + calls[1], "open get_xml");
-  EXPECT_EQ(calls.back(), "set_integer TLParamsLocked");
-  EXPECT_THAT(calls, Not(Contains("get_integer ActionDeviceKey")));
 }
 
 TEST_F(Connect, TestsTheTimeoutAfterAnAttemptAndKeepsTheLastReportedError) {
@@ -82,7 +80,7 @@ TEST_F(Connect, RefusesAnObjectThatIsNoDevice) {
   g_object_unref(script.opened);
 }
 
-TEST_F(Connect, WithoutADescriptionHasAnEmptyCatalogueAndWithABrokenOneNothingHalfDone) {
+TEST_F(Connect, WithoutADescriptionHasAnEmptyCatalogue) {
   script.xml = "";
   EXPECT_THAT(adapter.Connect(), IsEmpty());
   EXPECT_THAT(adapter.Scan(), IsEmpty());
@@ -92,11 +90,24 @@ TEST_F(Connect, WithoutADescriptionHasAnEmptyCatalogueAndWithABrokenOneNothingHa
                           "loadNodeMapFromDevice|30|GenICamAdapter: no GenICam XML from device",
                           "Connect|10|GenICamAdapter: TLParamsLocked cleared",
                           "Connect|20|GenICamAdapter: connected, 0 nodes, payload=0 bytes"));
-  script.xml = "<RegisterDescription><Category";
-  EXPECT_NE(errorOf([&] { adapter.Connect(); }), "nothing thrown");
-  EXPECT_FALSE(adapter.IsConnected());
-  script.xml.reset();
-  EXPECT_FALSE(adapter.Connect().empty());
+}
+
+TEST_F(Connect, WithABrokenDescriptionLeavesNothingHalfDone) {
+  const vireo::genicam::GObjectGuard<ArvDevice> device(arv_open_device("Fake_1", nullptr));
+  script.opened = G_OBJECT(device.get());
+  auto broken = std::make_unique<OpenAdapter>();
+  for (const bool retried : {true, false}) {
+    script.xml = "<RegisterDescription><Category";
+    EXPECT_NE(errorOf([&] { broken->Connect(); }), "nothing thrown");
+    EXPECT_FALSE(broken->IsConnected());
+    script.xml.reset();
+    EXPECT_EQ(retried && broken->Connect().empty(), false);
+  }
+  broken.reset();
+  EXPECT_EQ(script.opened->ref_count, 1u);
+  logger.take();
+  g_signal_emit_by_name(script.opened, "control-lost");
+  EXPECT_THAT(logger.take(), IsEmpty());
 }
 
 TEST_F(Connect, TakesThePayloadFromTheCameraElseFromTheLargestFrameElseKeepsIt) {
@@ -120,33 +131,13 @@ TEST_F(Connect, TakesThePayloadFromTheCameraElseFromTheLargestFrameElseKeepsIt) 
   EXPECT_THAT(logger.take().back(), HasSubstr("connected, 2 nodes, payload=77 bytes"));
 }
 
-TEST(Disconnect, AndStopGoThroughTheInterfaceAndAreTraced) {
-#ifdef __clang__
-  GTEST_SKIP() << "trace texts are GCC's";
-#endif
-  RecordingLogger logger(0);
+TEST(Disconnect, AndStopGoThroughTheInterfaceAndKeepEverythingWhenTheHostRefuses) {
   CountingAdapter adapter;
   adapter.Connect();
   adapter.StartAcquisition({});
-  logger.take();
   adapter.Connect();
   EXPECT_EQ(adapter.disconnects, 2);
   EXPECT_EQ(adapter.stops, 1);
-  const std::string method = "vireo::genicam::GenICamAdapter::";
-  auto records = logger.take();
-  records.resize(5);
-  EXPECT_THAT(records, ElementsAre("Connect|0|virtual std::map<std::__cxx11::basic_string<char>, "
-                                   "vireo::common::Parameter> " +
-                                       method + "Connect()",
-                                   "Disconnect|0|virtual void " + method + "Disconnect()",
-                                   "StopAcquisition|0|virtual void " + method + "StopAcquisition()",
-                                   "StopAcquisition|20|GenICamAdapter: acquisition stopped",
-                                   "Connect|20|GenICamAdapter: connecting to 'Fake_1'"));
-}
-
-TEST(Disconnect, KeepsEverythingWhenStoppingThrows) {
-  CountingAdapter adapter;
-  adapter.Connect();
   adapter.StartAcquisition({});
   adapter.refuseStop = true;
   EXPECT_EQ(errorOf([&] { adapter.Disconnect(); }), "not now");
@@ -157,24 +148,69 @@ TEST(Disconnect, KeepsEverythingWhenStoppingThrows) {
   EXPECT_FALSE(adapter.IsConnected());
 }
 
+namespace {
+
+/// Holds up the thread that reports a loss.
+void linger(std::atomic<bool>& onItsWay) {
+  onItsWay = true;
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+}
+gboolean lingerBeforeTheHandler(GSignalInvocationHint*, guint, const GValue*, void* onItsWay) {
+  linger(*static_cast<std::atomic<bool>*>(onItsWay));
+  return FALSE;
+}
+void noteThread(void* thread, GObject*) {
+  *static_cast<std::thread::id*>(thread) = std::this_thread::get_id();
+}
+
+}  // namespace
+
+TEST(Disconnect, EndsTheDeviceItselfWhileALossIsBeingReported) {
+  using Adapter = std::unique_ptr<OpenAdapter>;
+  void (*const operations[])(Adapter&) = {[](Adapter& adapter) { adapter->Disconnect(); },
+                                          [](Adapter& adapter) { adapter.reset(); },
+                                          [](Adapter& adapter) { adapter->Connect(); }};
+  for (int run = 0; run < 6; ++run) {
+    RecordingLogger logger;
+    AravisScript script;
+    Adapter adapter = std::make_unique<OpenAdapter>();
+    adapter->Connect();
+    std::thread::id endedBy;
+    g_object_weak_ref(G_OBJECT(script.device), noteThread, &endedBy);
+    const guint signal = g_signal_lookup("control-lost", ARV_TYPE_DEVICE);
+    std::atomic<bool> onItsWay{false};
+    if (run < 3) {
+      logger.onRecord = [&](const std::string& text) {
+        if (text.ends_with("control lost")) linger(onItsWay);
+      };
+    } else {
+      g_signal_add_emission_hook(signal, 0, lingerBeforeTheHandler, &onItsWay, nullptr);
+    }
+    std::thread heartbeat([signal, device = script.device] { g_signal_emit(device, signal, 0); });
+    while (!onItsWay) std::this_thread::yield();
+    operations[run % 3](adapter);
+    EXPECT_EQ(endedBy, std::this_thread::get_id()) << run;
+    heartbeat.join();
+    EXPECT_EQ(adapter && adapter->IsConnected() && adapter->CheckConnection().ok, run % 3 == 2);
+  }
+}
+
 TEST(Guards, OwnOneReference) {
   using Guard = vireo::genicam::GObjectGuard<ArvBuffer>;
-  const Guard keptOne(arv_buffer_new(1, nullptr));
-  const Guard keptTwo(arv_buffer_new(1, nullptr));
-  const auto another = [](const Guard& kept) { return ARV_BUFFER(g_object_ref(kept.get())); };
-  const auto owners = [](const Guard& kept) { return G_OBJECT(kept.get())->ref_count; };
+  const Guard kept[] = {Guard(arv_buffer_new(1, nullptr)), Guard(arv_buffer_new(1, nullptr))};
+  const auto another = [&](int n) { return ARV_BUFFER(g_object_ref(kept[n].get())); };
+  const auto owners = [&](int n) { return G_OBJECT(kept[n].get())->ref_count; };
   {
-    Guard first(another(keptOne));
+    Guard first(another(0));
     Guard& same = first;
     first = std::move(same);
-    EXPECT_EQ(owners(keptOne), 2u);
-    first = Guard(another(keptTwo));
-    EXPECT_EQ(owners(keptOne), 1u);
-    first.reset(another(keptTwo));
-    EXPECT_EQ(owners(keptTwo), 2u);
+    EXPECT_EQ(owners(0), 2u);
+    first = Guard(another(1));
+    EXPECT_EQ(owners(0), 1u);
+    first.reset(another(1));
+    EXPECT_EQ(owners(1), 2u);
     const Guard last(first.release());
-    EXPECT_FALSE(first);
-    EXPECT_EQ(owners(keptTwo), 2u);
+    EXPECT_EQ(owners(1), 2u);
   }
-  EXPECT_EQ(owners(keptTwo), 1u);
+  EXPECT_EQ(owners(1), 1u);
 }

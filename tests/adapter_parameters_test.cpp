@@ -54,9 +54,7 @@ TEST_F(Parameters, AreReadFromTheCameraEveryTime) {
   };
   for (const auto& [name, type, value, call] : rows) {
     const Parameter read = adapter.Read(name);
-    EXPECT_EQ(read.name, name);
-    EXPECT_EQ(read.type, type) << name;
-    EXPECT_EQ(read.GetValueAsString(), value) << name;
+    EXPECT_EQ(std::tuple(read.name, read.type, read.GetValueAsString()), std::tuple(name, type, value));
     EXPECT_THAT(script.takeCalls(), ElementsAre(call));
   }
   EXPECT_EQ(adapter.Read("AcquisitionStart").name, "AcquisitionStart");
@@ -70,11 +68,13 @@ TEST_F(Parameters, NameWhatCannotBeReadOrWritten) {
   EXPECT_EQ(writeError("width", 1), "Parameter not found: width");
   EXPECT_EQ(writeError("Root", 1), "Unsupported node type for write: Root");
   EXPECT_EQ(writeError("SensorWidth", 1), "Parameter 'SensorWidth' is read-only");
-  EXPECT_THAT(script.takeCalls(), IsEmpty());
   adapter.Disconnect();
-  for (const auto& error : {readError("Width"), writeError("Width", 1), errorOf([&] { adapter.Scan(); })}) {
+  for (const auto& error : {readError("Width"), writeError("Width", 1), errorOf([&] { adapter.Scan(); }),
+                            errorOf([&] { adapter.StartAcquisition({}); })}) {
     EXPECT_EQ(error, "GenICamAdapter: not connected");
   }
+  adapter.StopAcquisition();
+  EXPECT_THAT(script.takeCalls(), IsEmpty());
 }
 
 TEST_F(Parameters, NumbersThatFailToBeReadAreZeroInTheCacheAndTextsStay) {
@@ -83,6 +83,8 @@ TEST_F(Parameters, NumbersThatFailToBeReadAreZeroInTheCacheAndTextsStay) {
     script.fail(call);
     readError(std::string(call).substr(std::string(call).find(' ') + 1));
   }
+  script.fail("get_string PixelFormat", "");  // neither a text nor an error
+  EXPECT_EQ(readError("PixelFormat"), "nothing thrown");
   const auto after = adapter.GetBasicParams();
   EXPECT_EQ(after.width, 0u);
   EXPECT_EQ(after.exposureTime, 0.0);
@@ -102,8 +104,6 @@ TEST_F(Parameters, AreConvertedForTheFeatureTheyAreWrittenTo) {
       {"UserOutputValue", 0.5, "true"},
       {"UserOutputValue", std::string(" true"), "false"},
       {"UserOutputValue", std::string("On"), "true"},
-      {"UserOutputValue", std::string("off"), "false"},
-      {"UserOutputValue", std::string("YES"), "true"},
       {"UserOutputValue", std::string("2"), "false"},
       {"UserOutputValue", 1.0f, "true"},
       {"DeviceUserID", std::string("left"), "left"},
@@ -129,8 +129,6 @@ TEST_F(Parameters, OfAnUnusableTypeAreSentAsTheDefaultWithARecord) {
   script.fail("set_string PixelFormat", "");
   adapter.Write(makeParameter("PixelFormat", true));
   EXPECT_THAT(logger.take(), ElementsAre(HasSubstr(illegal), wrote("PixelFormat", "true")));
-  adapter.Write(makeParameter("TriggerSoftware", std::string("go")));
-  EXPECT_THAT(logger.take(), ElementsAre(wrote("TriggerSoftware", "go")));
 }
 
 TEST_F(Parameters, OutOfRangeForAnIntegerFeatureAreRefusedBeforeAnythingIsSent) {
@@ -173,37 +171,19 @@ TEST_F(Parameters, InABatchStopAtTheFirstFailureAndGoThroughTheInterface) {
 
 TEST_F(Parameters, ScanListsEveryReadableFeatureWithItsMetadata) {
   const auto list = adapter.Scan();
-  EXPECT_TRUE(std::is_sorted(list.begin(), list.end(), [](auto& a, auto& b) { return a.name < b.name; }));
+  EXPECT_TRUE(std::ranges::is_sorted(list, {}, &Parameter::name));
   EXPECT_THAT(script.takeCalls(), Not(Contains(HasSubstr("Gamma"))));  // not available
   const Parameter width = in(list, "Width");
   EXPECT_EQ(width.type, DataType::Int32);
-  EXPECT_EQ(width.metadata->max, 2048.0);
-  EXPECT_EQ(width.metadata->increment, 8.0);
-  EXPECT_TRUE(width.metadata->writable && !width.metadata->description.empty());
-  const Parameter exposure = in(list, "ExposureTime");
-  EXPECT_EQ(exposure.metadata->unit, "us");
-  EXPECT_GT(exposure.metadata->max, exposure.metadata->min);
-  EXPECT_FALSE(exposure.metadata->increment.has_value());
-  const Parameter format = in(list, "PixelFormat");
-  EXPECT_THAT(format.metadata->entries, Contains("Mono16"));
-  EXPECT_FALSE(format.metadata->min.has_value());
+  EXPECT_EQ(std::tuple(width.metadata->max, width.metadata->increment), std::tuple(2048.0, 8.0));
+  const auto exposure = *in(list, "ExposureTime").metadata;
+  EXPECT_EQ(exposure.unit, "us");
+  EXPECT_TRUE(exposure.max > exposure.min && !exposure.increment);
+  const auto format = *in(list, "PixelFormat").metadata;
+  EXPECT_THAT(format.entries, Contains("Mono16"));
+  EXPECT_FALSE(format.min.has_value());
   EXPECT_FALSE(in(list, "SensorWidth").metadata->writable);
-  EXPECT_TRUE(in(list, "Gamma").metadata->writable);
   for (const char* name : {"ActionDeviceKey", "AcquisitionStart"}) EXPECT_EQ(in(list, name).name, "") << name;
-}
-
-TEST_F(Parameters, ScanSurvivesWhatTheCameraRefuses) {
-  script.fail("get_integer Width", "no integer");
-  script.fail("get_string PixelFormat", "no text");
-  script.during("get_integer Height", [] { throw std::runtime_error("odd"); });
-  const auto list = adapter.Scan();
-  EXPECT_THAT(logger.take(),
-              ElementsAre("scanParameters|10|GenICamAdapter: error reading 'Height': odd",
-                          "scanParameters|10|GenICamAdapter: failed to read integer 'Width': no integer"));
-  EXPECT_EQ(in(list, "Width").GetValueAsString(), "0");
-  EXPECT_EQ(in(list, "Width").metadata->max, 2048.0);
-  EXPECT_EQ(in(list, "PixelFormat").GetValueAsString(), "Mono8");
-  EXPECT_EQ(script.count("bounds_integer Width"), 1u);
 }
 
 TEST_F(Parameters, TheNativeDocumentIsTheCamerasToTheByte) {
@@ -227,11 +207,9 @@ TEST_F(Parameters, BasicOnesComeFromTheCacheByKind) {
   script.answer("get_integer Height", -1);
   adapter.Connect();
   const auto odd = adapter.GetBasicParams();
-  EXPECT_EQ(odd.width, 0u);
-  EXPECT_EQ(odd.widthParam, "Width");
-  EXPECT_EQ(odd.height, 4294967295u);
-  EXPECT_EQ(odd.maxHeight, 1u);
-  EXPECT_EQ(odd.pixelBytes, 1);
-  EXPECT_EQ(odd.exposureTimeParam, "");
-  EXPECT_EQ(odd.frameSize, 262144u);  // the payload of the connection before
+  EXPECT_EQ(odd.widthParam + odd.exposureTimeParam, "Width");
+  // The last is the payload of the connection before.
+  EXPECT_THAT(
+      (std::vector<std::uint64_t>{odd.width, odd.height, odd.maxHeight, odd.pixelBytes, odd.frameSize}),
+      ElementsAre(0u, 4294967295u, 1u, 1u, 262144u));
 }

@@ -4,18 +4,21 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <type_traits>
 #include <utility>
 
 namespace {
 
-bool intercepted(const std::string& call, GError** error = nullptr) {
+/// Writes the call down, then fails, answers or makes it.
+template <typename Result, typename Real>
+Result scripted(const std::string& call, GError** error, Real real) {
   AravisScript* const script = AravisScript::current;
-  return script != nullptr && script->intercept(call, error);
-}
-
-std::optional<double> answered(const std::string& call) {
-  const AravisScript* const script = AravisScript::current;
-  return script != nullptr ? script->number(call) : std::nullopt;
+  if (script == nullptr) return real();
+  if (script->intercept(call, error)) return Result();
+  if constexpr (std::is_arithmetic_v<Result> || std::is_enum_v<Result>) {
+    if (const auto number = script->number(call)) return static_cast<Result>(*number);
+  }
+  return real();
 }
 
 }  // namespace
@@ -66,99 +69,83 @@ std::optional<double> AravisScript::number(const std::string& call) const {
 #define REAL(function) \
   static const auto real = reinterpret_cast<decltype(&function)>(dlsym(RTLD_NEXT, #function))
 
+#define CALL(type, function, name, error, parameters, arguments)        \
+  type function parameters {                                            \
+    REAL(function);                                                     \
+    return scripted<type>(name, error, [&] { return real arguments; }); \
+  }
+#define FEATURE(type, function, name, parameters, arguments) \
+  CALL(type, function, name + std::string(" ") + feature, error, parameters, arguments)
+#define GETTER(type, kind)                                           \
+  FEATURE(type, arv_device_get_##kind##_feature_value, "get_" #kind, \
+          (ArvDevice * device, const char* feature, GError** error), (device, feature, error))
+#define SETTER(type, kind)                                                       \
+  FEATURE(void, arv_device_set_##kind##_feature_value, "set_" #kind,             \
+          (ArvDevice * device, const char* feature, type value, GError** error), \
+          (device, feature, value, error))
+#define BOUNDS(type, kind)                                                                 \
+  FEATURE(void, arv_device_get_##kind##_feature_bounds, "bounds_" #kind,                   \
+          (ArvDevice * device, const char* feature, type* min, type* max, GError** error), \
+          (device, feature, min, max, error))
+
 extern "C" {
 
 ArvDevice* arv_open_device(const char* id, GError** error) {
   REAL(arv_open_device);
-  if (intercepted("open", error)) return nullptr;
-  const AravisScript* const script = AravisScript::current;
-  if (script == nullptr || script->opened == nullptr) return real(id, error);
-  return reinterpret_cast<ArvDevice*>(g_object_ref(script->opened));
+  return scripted<ArvDevice*>("open", error, [&] {
+    AravisScript* const script = AravisScript::current;
+    ArvDevice* const device = script == nullptr || script->opened == nullptr
+                                  ? real(id, error)
+                                  : reinterpret_cast<ArvDevice*>(g_object_ref(script->opened));
+    if (script != nullptr) script->device = device;
+    return device;
+  });
 }
 
 const char* arv_device_get_genicam_xml(ArvDevice* device, size_t* size) {
   REAL(arv_device_get_genicam_xml);
-  if (intercepted("get_xml")) return nullptr;
-  const AravisScript* const script = AravisScript::current;
-  if (script == nullptr || !script->xml) return real(device, size);
-  *size = script->xml->size();
-  return script->xml->data();
+  return scripted<const char*>("get_xml", nullptr, [&] {
+    const AravisScript* const script = AravisScript::current;
+    if (script == nullptr || !script->xml) return real(device, size);
+    *size = script->xml->size();
+    return script->xml->data();
+  });
 }
 
-#define GETTER(type, function, call)                                      \
-  type function(ArvDevice* device, const char* feature, GError** error) { \
-    REAL(function);                                                       \
-    const std::string name = call " " + std::string(feature);             \
-    if (intercepted(name, error)) return {};                              \
-    if (const auto number = answered(name)) return type(*number);         \
-    return real(device, feature, error);                                  \
-  }
-GETTER(gint64, arv_device_get_integer_feature_value, "get_integer")
-GETTER(double, arv_device_get_float_feature_value, "get_float")
-GETTER(gboolean, arv_device_get_boolean_feature_value, "get_boolean")
-
-#define BOUNDS_GETTER(type, function, call)                                                     \
-  void function(ArvDevice* device, const char* feature, type* min, type* max, GError** error) { \
-    REAL(function);                                                                             \
-    if (intercepted(call " " + std::string(feature), error)) return;                            \
-    real(device, feature, min, max, error);                                                     \
-  }
-BOUNDS_GETTER(gint64, arv_device_get_integer_feature_bounds, "bounds_integer")
-BOUNDS_GETTER(double, arv_device_get_float_feature_bounds, "bounds_float")
-
-#define SETTER(type, function, call)                                                  \
-  void function(ArvDevice* device, const char* feature, type value, GError** error) { \
-    REAL(function);                                                                   \
-    if (intercepted(call " " + std::string(feature), error)) return;                  \
-    real(device, feature, value, error);                                              \
-  }
-SETTER(gint64, arv_device_set_integer_feature_value, "set_integer")
-SETTER(double, arv_device_set_float_feature_value, "set_float")
-SETTER(gboolean, arv_device_set_boolean_feature_value, "set_boolean")
-SETTER(const char*, arv_device_set_string_feature_value, "set_string")
-
-const char* arv_device_get_string_feature_value(ArvDevice* device, const char* feature, GError** error) {
-  REAL(arv_device_get_string_feature_value);
-  return intercepted("get_string " + std::string(feature), error) ? nullptr : real(device, feature, error);
-}
-
-void arv_device_execute_command(ArvDevice* device, const char* feature, GError** error) {
-  REAL(arv_device_execute_command);
-  if (!intercepted("execute " + std::string(feature), error)) real(device, feature, error);
-}
+GETTER(gint64, integer)
+GETTER(double, float)
+GETTER(gboolean, boolean)
+GETTER(const char*, string)
+SETTER(gint64, integer)
+SETTER(double, float)
+SETTER(gboolean, boolean)
+SETTER(const char*, string)
+BOUNDS(gint64, integer)
+BOUNDS(double, float)
+FEATURE(void, arv_device_execute_command, "execute",
+        (ArvDevice * device, const char* feature, GError** error), (device, feature, error))
 
 ArvStream* arv_device_create_stream(ArvDevice* device, ArvStreamCallback callback, void* data,
                                     GError** error) {
   REAL(arv_device_create_stream);
-  return intercepted("create_stream", error) ? nullptr : real(device, callback, data, error);
-}
-
-void arv_stream_push_buffer(ArvStream* stream, ArvBuffer* buffer) {
-  REAL(arv_stream_push_buffer);
-  intercepted("push_buffer");
-  real(stream, buffer);
-}
-
-ArvBuffer* arv_stream_timeout_pop_buffer(ArvStream* stream, guint64 timeout) {
-  REAL(arv_stream_timeout_pop_buffer);
-  return intercepted("pop " + std::to_string(timeout)) ? nullptr : real(stream, timeout);
-}
-
-ArvBufferStatus arv_buffer_get_status(ArvBuffer* buffer) {
-  REAL(arv_buffer_get_status);
-  const auto status = answered("status");
-  return status ? static_cast<ArvBufferStatus>(*status) : real(buffer);
+  ArvStream* const stream =
+      scripted<ArvStream*>("create_stream", error, [&] { return real(device, callback, data, error); });
+  const AravisScript* const script = AravisScript::current;
+  const bool extra = stream == nullptr && script != nullptr && script->streamDespiteError;
+  return extra ? real(device, callback, data, nullptr) : stream;
 }
 
 const void* arv_buffer_get_data(ArvBuffer* buffer, size_t* size) {
   REAL(arv_buffer_get_data);
   const void* const data = real(buffer, size);
-  return intercepted("data") ? nullptr : data;
+  return scripted<const void*>("data", nullptr, [&] { return data; });
 }
 
-ArvPixelFormat arv_buffer_get_image_pixel_format(ArvBuffer* buffer) {
-  REAL(arv_buffer_get_image_pixel_format);
-  const auto format = answered("pixel_format");
-  return format ? static_cast<ArvPixelFormat>(*format) : real(buffer);
-}
+CALL(void, arv_stream_push_buffer, "push_buffer", nullptr, (ArvStream * stream, ArvBuffer* buffer),
+     (stream, buffer))
+CALL(ArvBuffer*, arv_stream_timeout_pop_buffer, "pop " + std::to_string(timeout), nullptr,
+     (ArvStream * stream, guint64 timeout), (stream, timeout))
+CALL(ArvBufferStatus, arv_buffer_get_status, "status", nullptr, (ArvBuffer * buffer), (buffer))
+CALL(ArvPixelFormat, arv_buffer_get_image_pixel_format, "pixel_format", nullptr, (ArvBuffer * buffer),
+     (buffer))
 }

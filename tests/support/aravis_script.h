@@ -31,6 +31,10 @@ class AravisScript {
   std::optional<std::string> xml;
   /// What opening returns instead of a device, with a reference of its own.
   GObject* opened = nullptr;
+  /// What opening returned last; borrowed.
+  ArvDevice* device = nullptr;
+  /// A `create_stream` that fails returns a stream beside its error.
+  bool streamDespiteError = false;
   /// Runs inside the next such call.
   void during(const std::string& call, std::function<void()> action) { actions_[call] = std::move(action); }
 

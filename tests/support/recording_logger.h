@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -36,6 +37,9 @@ class RecordingLogger final : public brio::fnd::Logger {
   void Record(std::int32_t level, const std::string& text) override { keep({level, text}); }
   void Record(const std::string& text) override { keep({std::nullopt, text}); }
 
+  /// Called with each record's message once it is kept, on the thread that wrote it.
+  std::function<void(const std::string&)> onRecord;
+
   std::vector<Entry> entries() const {
     const std::lock_guard lock(mutex_);
     return entries_;
@@ -60,9 +64,12 @@ class RecordingLogger final : public brio::fnd::Logger {
   }
 
  private:
-  void keep(Entry entry) {
-    const std::lock_guard lock(mutex_);
-    entries_.push_back(std::move(entry));
+  void keep(const Entry& entry) {
+    {
+      const std::lock_guard lock(mutex_);
+      entries_.push_back(entry);
+    }
+    if (onRecord) onRecord(entry.message());
   }
 
   mutable std::mutex mutex_;

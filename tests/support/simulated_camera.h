@@ -31,6 +31,16 @@ class OpenAdapter : public vireo::genicam::GenICamAdapter {
   using AdapterBase::lastFrameTime;
 };
 
+/// Such as "connected finite 3 active".
+inline std::string stateOf(const OpenAdapter& adapter) {
+  const char* const modes[] = {" stopped", " continuous", " finite"};
+  const auto state = adapter.GetAcquisitionState();
+  return (adapter.IsConnected() ? "connected" : "disconnected") +
+         std::string(modes[static_cast<int>(state.mode)]) +
+         (state.framesRemaining ? " " + std::to_string(*state.framesRemaining) : "") +
+         (adapter.acquisitionActive ? " active" : "");
+}
+
 /// A host's subclass: counts what reaches it, and can refuse to stop.
 class CountingAdapter : public OpenAdapter {
  public:

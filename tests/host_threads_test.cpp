@@ -16,8 +16,10 @@
 #include "support/rounds.h"
 #include "support/simulated_camera.h"
 
+using namespace testing;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
+using vireo::common::AcquisitionMode;
 
 namespace {
 
@@ -39,7 +41,7 @@ class GLibComplaints {
   GLogFunc earlier_;
 };
 
-class HostThreads : public testing::TestWithParam<const char*> {
+class HostThreads : public TestWithParam<const char*> {
  protected:
   void SetUp() override {
     if (GetParam() == std::string(NetworkCamera::address)) network.emplace();
@@ -57,45 +59,63 @@ class HostThreads : public testing::TestWithParam<const char*> {
 }  // namespace
 
 TEST_P(HostThreads, StartStopConnectAndDisconnectUnderAReceiveLoop) {
-  std::vector<milliseconds> stops;
-  int starts = 0;
+  std::atomic<int> starts{0};
   const auto start = [&](std::optional<long> frames) {
     const std::string error = errorOf([&] { adapter.StartAcquisition(frames); });
     starts += error == "nothing thrown";
-    EXPECT_THAT(error, testing::AnyOf("nothing thrown", "GenICamAdapter: not connected"));
+    EXPECT_THAT(error, AnyOf("nothing thrown", "GenICamAdapter: not connected"));
   };
-  const auto stop = [&] {
-    const auto begun = steady_clock::now();
-    adapter.StopAcquisition();
-    stops.push_back(std::chrono::duration_cast<milliseconds>(steady_clock::now() - begun));
-  };
-  {
-    const Repeating poll([&] {
-      const auto state = adapter.GetAcquisitionState();
-      EXPECT_GE(state.framesRemaining.value_or(0), 0);
-      EXPECT_GE(state.frameRate, 0.0);
-      std::this_thread::sleep_for(milliseconds(1));
-    });
-    const ReceiveLoop loop(adapter);
-    std::mt19937 random(1);
-    for (int round = 0; round < rounds(200, 2000); ++round) {
+  // Returns how long the stops of running acquisitions took.
+  const auto control = [&](unsigned seed, int times) {
+    std::vector<milliseconds> stops;
+    std::mt19937 random(seed);
+    for (int time = 0; time < times; ++time) {
       const auto choice = random() % 8;
       if (choice == 0) adapter.Disconnect();
       if (choice == 1) adapter.Connect();
       if (choice == 2) std::this_thread::sleep_for(milliseconds(random() % 20));
       if (choice == 3 || choice == 4) start({});
       if (choice == 5) start(static_cast<long>(1 + random() % 3));
-      if (choice > 5) stop();
+      if (choice < 6) continue;
+      const bool running = adapter.GetAcquisitionState().mode != AcquisitionMode::Stopped;
+      const auto begun = steady_clock::now();
+      adapter.StopAcquisition();
+      if (running) stops.push_back(std::chrono::duration_cast<milliseconds>(steady_clock::now() - begun));
     }
-    adapter.Connect();
-    adapter.StartAcquisition({});
-    EXPECT_TRUE(loop.waitFor(3));
-  }
+    return stops;
+  };
+  const Repeating poll([&] {
+    const auto state = adapter.GetAcquisitionState();
+    EXPECT_GE(state.framesRemaining.value_or(0), 0);
+    EXPECT_GE(state.frameRate, 0.0);
+    const auto messages = adapter.CheckConnection().messages;
+    EXPECT_THAT(messages, AnyOf(IsEmpty(), ElementsAre("GenICamAdapter is not connected")));
+    std::this_thread::sleep_for(milliseconds(1));
+  });
+  const ReceiveLoop loop(adapter);
+  std::vector<milliseconds> stops;
+  repeatWithoutGrowth(rounds(4, 10), [&](int round) {
+    if (round % 2 == 0) {  // two threads take turns as they happen to; a stop waits for what the other does
+      std::thread other([&] { control(2 * round, rounds(25, 100)); });
+      control(2 * round + 1, rounds(25, 100));
+      other.join();
+    } else {
+      const auto more = control(round, rounds(50, 200));
+      stops.insert(stops.end(), more.begin(), more.end());
+    }
+    adapter.Disconnect();
+  });
+  adapter.Connect();
+  adapter.StartAcquisition({});
+  EXPECT_TRUE(loop.waitFor(3));
   EXPECT_GT(starts, 0);
-  // A busy machine holds up a few; a stop that starves behind the loop is slow every time.
-  const auto slow = std::ranges::count_if(stops, [](auto time) { return time > milliseconds(300); });
-  EXPECT_LE(slow, 1 + std::ssize(stops) / 10);
-  RecordProperty("longest_stop_ms", static_cast<int>(std::ranges::max(stops).count()));
+  // The wait of a receive is 100 ms; a kernel that frees Aravis's packet socket needs a few dozen, more when
+  // the machine is busy.
+  std::ranges::sort(stops);
+  std::cout << "  stops: median " << stops[stops.size() / 2].count() << ", longest " << stops.back().count()
+            << " ms\n";
+  EXPECT_LT(stops[stops.size() * 98 / 100], milliseconds(300));
+  EXPECT_LT(stops.back(), milliseconds(1000));
 }
 
 TEST_P(HostThreads, FeaturesAreReadAndWrittenWhileFramesComeAndRunsEndThemselves) {
@@ -111,7 +131,7 @@ TEST_P(HostThreads, FeaturesAreReadAndWrittenWhileFramesComeAndRunsEndThemselves
   EXPECT_TRUE(loop.waitFor(3));
 }
 
-INSTANTIATE_TEST_SUITE_P(On, HostThreads, testing::Values("Fake_1", NetworkCamera::address),
+INSTANTIATE_TEST_SUITE_P(On, HostThreads, Values("Fake_1", NetworkCamera::address),
                          [](const auto& row) { return row.param[0] == 'F' ? "InProcess" : "Network"; });
 
 TEST(TwoCameras, DeliverToTwoAdaptersAtTheSameTime) {
@@ -144,14 +164,12 @@ TEST(Records, OfSeveralThreadsStayWholeLinesOnStandardError) {
   std::vector<std::thread> threads;
   for (char name = 'a'; name < 'e'; ++name) {
     threads.emplace_back([name] {
-      const std::string text(200, name);
-      for (int i = 0; i < 500; ++i) BRIO_LOG_WARNING("{}", text);
+      for (int i = 0; i < 500; ++i) BRIO_LOG_WARNING("{}", std::string(200, name));
     });
   }
   for (std::thread& thread : threads) thread.join();
   std::istringstream lines(testing::internal::GetCapturedStderr());
-  const std::regex whole(
-      R"(\d{4}-\d\d-\d\dT\d\d:\d\d:[0-9.]+:\.\./.*host_threads_test\.cpp:\d+:operator\(\):.*: (a{200}|b{200}|c{200}|d{200}))");
+  const std::regex whole(R"(\d{4}-[^:]*:\d\d:.*_test\.cpp:\d+:operator\(\):[^:]*: (([a-d])\2{199}))");
   int count = 0;
   for (std::string line; std::getline(lines, line); ++count)
     EXPECT_TRUE(std::regex_match(line, whole)) << line;

@@ -99,6 +99,8 @@ TEST(Grab, SavesTheSimulatedCamerasPictures) {
   const auto again = run("--simulate grab -n 4 -o '" + (directory / "a").string() + "'");
   EXPECT_EQ(again.status, 1);
   EXPECT_THAT(again.err, HasSubstr("frame_000001.png exists"));
+  EXPECT_EQ(run("--simulate grab -n 2 --force -o '" + (directory / "a").string() + "'").status, 0);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory / "a"), {}), 3);
 }
 
 TEST(Grab, StacksDeepPicturesAndKeepsThemWhenTheDiskIsFull) {
@@ -130,7 +132,7 @@ TEST(Grab, EndsCleanlyOnInterruptAndWhenItsDirectoryVanishes) {
   const std::filesystem::path frames = directory / "f";
   Program grab("--simulate grab -n 0 -f raw -o '" + frames.string() + "'");
   waitForFile(frames / "frame_000003.raw");
-  grab.Signal(SIGINT);
+  for (int i = 0; i < 2; ++i) grab.Signal(SIGINT);  // as `timeout` does
   const auto result = grab.Wait();
   EXPECT_EQ(result.status, 0) << result.err;
   const auto rows = readCsv(frames / "frames.csv");
@@ -139,12 +141,12 @@ TEST(Grab, EndsCleanlyOnInterruptAndWhenItsDirectoryVanishes) {
   for (std::size_t i = 1; i < rows.size(); ++i)
     EXPECT_EQ(std::filesystem::file_size(frames / rows[i][7]), 262144u);
 
-  Program doomed("--simulate grab -n 0 -o '" + (directory / "gone").string() + "'");
-  waitForFile(directory / "gone" / "frame_000001.png");
+  Program doomed("--simulate grab -n 0 --stack -o '" + (directory / "gone").string() + "'");
+  waitForFile(directory / "gone" / "frames.tiff.part");
   std::filesystem::rename(directory / "gone", directory / "elsewhere");
   const auto failed = doomed.Wait();
   EXPECT_EQ(failed.status, 1);
-  EXPECT_THAT(failed.err, HasSubstr("No such file or directory"));
+  EXPECT_THAT(failed.err, HasSubstr("No such file or directory; nothing is saved"));
 }
 
 TEST(Settings, SurviveSaveChangeAndLoad) {
@@ -175,7 +177,7 @@ TEST(Settings, SurviveSaveChangeAndLoad) {
 
   // A batch stops where it fails and says how far it came; bounds count at the time of each write.
   const auto partly = run(network + "set OffsetX=0 Width=2048 Height=4096 Gain=1");
-  EXPECT_EQ(partly.status, 1);
+  EXPECT_EQ(partly.out, "OffsetX=0 px\nWidth=2048 px\n");
   EXPECT_THAT(partly.err,
               HasSubstr("Height takes 8 to 2048 px, not 4096; done: OffsetX, Width; not done: Height, Gain"));
   EXPECT_EQ(run(network + "get Width Gain").out, "Width=2048\nGain=0\n");
@@ -220,6 +222,7 @@ TEST(Watch, SeesBadFramesAndALostLink) {
 
   Program watch(network + "watch --json --patience 0");
   std::this_thread::sleep_for(std::chrono::seconds(1));
+  EXPECT_THAT(run(network + "info").err, HasSubstr("another program controls the camera"));
   camera.Process().Signal(SIGKILL);
   const auto lost = watch.Wait();
   EXPECT_EQ(lost.status, 4);
@@ -231,11 +234,13 @@ TEST(Mistakes, GetOneLineAndTheRightStatus) {
   const TemporaryDirectory directory;
   const std::string empty = "'" + (directory / "empty").string() + "'";
   std::ofstream(directory / "empty").flush();
+  const std::string link = "'" + (directory / "link").string() + "'";
+  std::filesystem::create_symlink("/dev/full", directory / "link");
   const std::tuple<std::string, int, const char*> rows[] = {
-      {"", 2, "A subcommand is required"},
+      {"", 2, "a command is required"},
       {"grap", 2, "there is no command 'grap'"},
-      {"grab --frame 3", 2, "see 'vireo-cam grab --help'"},
-      {"grab -n x", 2, "see 'vireo-cam grab --help'"},
+      {"grab -n x", 2, "takes a whole number from 0 to 1000000000, not 'x': see 'vireo-cam grab --help'"},
+      {"watch --seconds nan", 2, "takes a number from 0 to 1000000000, not 'nan'"},
       {"set --simulate Width", 2, "'Width' is not NAME=VALUE"},
       {"--timeout 0 --address Fake_9 info", 3, "no camera at 'Fake_9' within 0 s"},
       {"--simulate get ExposureTme", 1, "the camera has no 'ExposureTme': did you mean ExposureTime?"},
@@ -244,10 +249,11 @@ TEST(Mistakes, GetOneLineAndTheRightStatus) {
       {"--simulate set Width=1001", 1, "Width goes in steps of 8 from 8: 1000 or 1008, not 1001"},
       {"--simulate set PixelFormat=mono8", 1, "PixelFormat has no entry 'mono8', it has: Mono8 Mono16"},
       {"--simulate set SensorWidth=1", 1, "SensorWidth is read-only"},
-      {"--simulate set AcquisitionStart=1", 1, "use 'vireo-cam run AcquisitionStart'"},
+      {"--simulate set TriggerDelay=1", 1, "TriggerDelay is not available"},
+      {"--simulate get AcquisitionStart", 1, "use 'vireo-cam run AcquisitionStart'"},
       {"--simulate run Width", 1, "use 'vireo-cam set Width=VALUE'"},
       {"--simulate grab -o /proc/frames", 1, "cannot make the directory /proc/frames"},
-      {"--simulate xml -o " + empty, 1, "exists: choose another name, or overwrite it with --force"},
+      {"--simulate xml --force -o " + link, 1, "is no plain file"},
       {"--simulate load /nonexistent.json", 1, "cannot read /nonexistent.json: No such file"},
       {"--simulate load " + empty, 1, "is no settings file"},
       {"describe " + empty, 1, "empty: "},

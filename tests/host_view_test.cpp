@@ -29,7 +29,7 @@ class View : public testing::Test {
     return answer ? json::parse(answer->body) : json();
   }
 
-  int set(const std::string& name, const std::string& value, const httplib::Headers& headers) {
+  int set(const std::string& name, const json& value, const httplib::Headers& headers) {
     const std::string body = json({{"name", name}, {"value", value}}).dump();
     const auto answer = httplib::Client("127.0.0.1", port_).Post("/set", headers, body, "application/json");
     return answer ? answer->status : 0;
@@ -50,7 +50,7 @@ TEST_F(View, ServesPicturesStateAndSettingsToItsOwnPageOnly) {
   for (const std::uint64_t count : first["histogram"]) samples += count;
   EXPECT_EQ(samples, 512u * 512u);
 
-  EXPECT_EQ(set("ExposureTime", "20000", {{"X-Vireo-Cam", "set"}}), 200);
+  EXPECT_EQ(set("ExposureTime", 20000, {{"X-Vireo-Cam", "set"}}), 200);
   EXPECT_EQ(state()["basic"]["Exposure"], "20 ms");
   EXPECT_EQ(set("ExposureTime", "1", {{"X-Vireo-Cam", "set"}}), 400);
   EXPECT_EQ(set("Width", "64", {{"X-Vireo-Cam", "set"}}), 400);

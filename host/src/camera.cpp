@@ -25,10 +25,14 @@ Failure noCamera(const CameraOptions& options, std::string_view reason) {
 
 }  // namespace
 
-Camera::Camera(const CameraOptions& options, bool countFrameFaults)
+Camera::Camera(const CameraOptions& options, Use use)
     : logger_(options.logLevel), plugin_(options.adapterFile), adapter_(plugin_.MakeAdapter()) {
   if (options.simulate) EnableSimulatedCamera();
-  if (countFrameFaults) logger_.CountFrameFaults();
+  if (use == Use::Stream) logger_.CountFrameFaults();
+  if (use != Use::Reading && IsControlled(addressOf(options))) {
+    throw Failure(ExitStatus::Failed,
+                  "another program controls the camera: end it ('get', 'list' and 'save' work beside it)");
+  }
   connect(options);
 }
 
@@ -62,16 +66,22 @@ void Camera::CheckLink() const {
       fmt::format("the link to the camera is lost ({}): check cable and power, then try again", reason));
 }
 
-ExitStatus WithCamera(const CameraOptions& options, const std::function<ExitStatus(Camera&)>& work,
-                      bool countFrameFaults) {
-  Camera camera(options, countFrameFaults);
+Failure Camera::Explained(const std::exception& error) const {
+  if (const auto* const failure = dynamic_cast<const Failure*>(&error)) return *failure;
+  try {
+    CheckLink();
+  } catch (const Failure& lost) {
+    return lost;
+  }
+  return Failure(ExitStatus::Failed, error.what());
+}
+
+ExitStatus WithCamera(const CameraOptions& options, Use use, const std::function<ExitStatus(Camera&)>& work) {
+  Camera camera(options, use);
   try {
     return work(camera);
-  } catch (const Failure&) {
-    throw;
-  } catch (const std::runtime_error&) {
-    camera.CheckLink();
-    throw;
+  } catch (const std::exception& error) {
+    throw camera.Explained(error);
   }
 }
 

@@ -14,11 +14,15 @@
 
 namespace vireo::host {
 
+/// What a command does with a camera. Reading works beside another program that controls the camera.
+enum class Use { Reading, Control, Stream };
+
 /// A connected camera and everything behind it. Closes the connection when it ends.
 class Camera {
  public:
-  /// Throws Failure: NoCamera when none answers within the time-out.
-  explicit Camera(const CameraOptions& options, bool countFrameFaults = false);
+  /// Throws Failure: NoCamera when none answers within the time-out, Failed when another program controls it
+  /// and `use` is more than reading.
+  Camera(const CameraOptions& options, Use use);
 
   common::AdapterBase& Adapter() { return *adapter_; }
   const HostLogger& Log() const { return logger_; }
@@ -34,6 +38,8 @@ class Camera {
 
   /// Throws Failure with LinkLost when the connection is not usable.
   void CheckLink() const;
+  /// What to report for an error: itself, or the lost link that is behind it.
+  Failure Explained(const std::exception& error) const;
 
  private:
   void connect(const CameraOptions& options);
@@ -47,7 +53,6 @@ class Camera {
 
 /// Opens the camera and runs `work` with it. A failure of the work is reported as a lost link when the link
 /// turns out to be lost.
-ExitStatus WithCamera(const CameraOptions& options, const std::function<ExitStatus(Camera&)>& work,
-                      bool countFrameFaults = false);
+ExitStatus WithCamera(const CameraOptions& options, Use use, const std::function<ExitStatus(Camera&)>& work);
 
 }  // namespace vireo::host

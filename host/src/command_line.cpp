@@ -1,7 +1,43 @@
 // SPDX-License-Identifier: MIT
 #include "command_line.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+
 namespace vireo::host {
+namespace {
+
+template <typename T>
+CLI::Validator within(T min, T max, const char* kind) {
+  const auto check = [=](const std::string& text) -> std::string {
+    T number{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool whole = error == std::errc() && end == text.data() + text.size();
+    if (whole && number >= min && number <= max) return "";
+    return fmt::format("takes a {} from {} to {}, not '{}'", kind, min, max, text);
+  };
+  return CLI::Validator(check, "");
+}
+
+}  // namespace
+
+CLI::Validator WholeNumber(std::int64_t min, std::int64_t max) {
+  return within(min, max, "whole number");
+}
+
+CLI::Validator Number(double min, double max) {
+  return within(min, max, "number");
+}
+
+CLI::Validator OneOf(const std::vector<std::string>& words) {
+  const auto check = [words](const std::string& text) -> std::string {
+    if (std::count(words.begin(), words.end(), text) != 0) return "";
+    return fmt::format("takes one of {}, not '{}'", fmt::join(words, ", "), text);
+  };
+  return CLI::Validator(check, "");
+}
 
 CommandLine::CommandLine()
     : app("See, set, keep and grab from GenICam cameras: GigE Vision and USB3 Vision.", "vireo-cam") {
@@ -17,12 +53,12 @@ CommandLine::CommandLine()
       ->type_name("CAMERA");
   app.add_option("-t,--timeout", camera.timeoutSeconds, "Seconds to keep trying to open the camera")
       ->type_name("S")
-      ->check(Quiet(CLI::NonNegativeNumber))
+      ->check(Seconds())
       ->capture_default_str();
   app.add_flag("-s,--simulate", camera.simulate, "Use the simulated camera inside this program");
   app.add_option("-l,--log", camera.logLevel, "Show the adapter's records from this level on")
       ->type_name("off|trace|debug|info|warning|error")
-      ->check(Quiet(CLI::IsMember({"off", "trace", "debug", "info", "warning", "error"})))
+      ->check(OneOf({"off", "trace", "debug", "info", "warning", "error"}))
       ->capture_default_str();
   app.add_option("--adapter", camera.adapterFile,
                  "Adapter plug-in to load; default: libvireo_genicam_arv.so beside this program, then on the "
@@ -35,6 +71,8 @@ CLI::App* CommandLine::AddCommand(const std::string& name, const std::string& de
   CLI::App* const command = app.add_subcommand(name, description);
   command->fallthrough();
   command->group("Commands");
+  command->footer(
+      "--address, --timeout, --simulate, --log and --adapter ('vireo-cam --help') may stand here, too.");
   command->callback([this, run = std::move(run)] { action = run; });
   return command;
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "exit_status.h"
 
@@ -33,9 +34,15 @@ struct CommandLine {
                        std::function<ExitStatus()> run);
 };
 
-/// The validator without the note that it would leave in the help.
-inline CLI::Validator Quiet(const CLI::Validator& validator) {
-  return validator.description("");
+/// Checks of an option's value whose errors say what it takes: numbers within bounds, both included, and
+/// words.
+CLI::Validator WholeNumber(std::int64_t min, std::int64_t max);
+CLI::Validator Number(double min, double max);
+CLI::Validator OneOf(const std::vector<std::string>& words);
+
+/// A number of seconds, 0 or more.
+inline CLI::Validator Seconds() {
+  return Number(0.0, 1e9);
 }
 
 }  // namespace vireo::host

@@ -9,7 +9,7 @@ namespace vireo::host {
 /// What the process tells its caller.
 enum class ExitStatus : int { Done = 0, Failed = 1, WrongUsage = 2, NoCamera = 3, LinkLost = 4 };
 
-/// Ends a command. The text is one line that names the thing and says what to do.
+/// Ends a command. The text is one line that names the thing and says what to do; none ends it silently.
 class Failure : public std::runtime_error {
  public:
   Failure(ExitStatus exitStatus, const std::string& text) : std::runtime_error(text), status(exitStatus) {}

@@ -2,6 +2,7 @@
 #include "frame_saver.h"
 
 #include <fmt/format.h>
+#include <fnmatch.h>
 
 #include <algorithm>
 #include <system_error>
@@ -13,7 +14,8 @@ namespace vireo::host {
 namespace {
 
 constexpr std::size_t pendingLimit = 32;  // frames in memory
-constexpr std::size_t csvLineRoom = 160;  // bytes kept free for a line of frames.csv
+constexpr std::size_t csvLineRoom = 160;  // bytes kept free for a line of frames.csv...
+constexpr std::size_t csvBlock = 1024;    // ...for so many lines ahead
 constexpr const char* stackName = "frames.tiff";
 
 std::string extension(FileFormat format) {
@@ -41,9 +43,20 @@ void makeDirectory(const std::filesystem::path& directory) {
                             directory.string(), error.message()));
 }
 
+/// The names of the pictures that an earlier grab left in the directory.
+std::set<std::string> earlierPictures(const std::filesystem::path& directory) {
+  constexpr const char* pattern = "@(frame_+([0-9]).@(png|tiff|raw)|frames.tiff)";
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+    const std::string name = entry.path().filename().string();
+    if (fnmatch(pattern, name.c_str(), FNM_EXTMATCH) == 0) names.insert(name);
+  }
+  return names;
+}
+
 }  // namespace
 
-FrameSaver::FrameSaver(SaveOptions options, const std::string& pixelFormat, std::int64_t frames)
+FrameSaver::FrameSaver(SaveOptions options, const std::string& pixelFormat)
     : options_(std::move(options)), pixelFormat_(pixelFormat), layout_(LayoutOf(pixelFormat)) {
   if (!layout_ && options_.format != FileFormat::Raw) {
     throw Failure(ExitStatus::Failed,
@@ -52,9 +65,10 @@ FrameSaver::FrameSaver(SaveOptions options, const std::string& pixelFormat, std:
                               pixelFormat));
   }
   makeDirectory(options_.directory);
-  if (!options_.stack) RefuseExisting(options_.directory / fileName(1, options_.format), options_.force);
+  earlier_ = earlierPictures(options_.directory);
+  for (const std::string& name : earlier_) RefuseExisting(options_.directory / name, options_.force);
   csv_.emplace(options_.directory / "frames.csv", options_.force);
-  csv_->Reserve(csvLineRoom * (static_cast<std::size_t>(frames) + 1));
+  csv_->Reserve(csvLineRoom * csvBlock);
   csv_->Write("frame_id,timestamp_ns,exposure_us,width,height,pixel_format,bytes,file\r\n");
   if (options_.stack) {
     stack_ = std::make_unique<TiffFile>(options_.directory / stackName, options_.force, true);
@@ -138,7 +152,8 @@ std::string FrameSaver::saveOne(const Job& job) {
 void FrameSaver::jobDone(const Job& job, const std::string& file) {
   const std::lock_guard lock(mutex_);
   lines_[job.index] = csvLine(job, file);
-  ++saved_;
+  earlier_.erase(file);
+  if (++saved_ % csvBlock == 0) csv_->Reserve(csvLineRoom * (saved_ + csvBlock));
 }
 
 std::string FrameSaver::csvLine(const Job& job, const std::string& file) const {
@@ -160,19 +175,22 @@ void FrameSaver::stopWorkers() {
 void FrameSaver::Finish() {
   stopWorkers();
   try {
-    if (stack_ && saved_ > 0) stack_->Commit();
-    for (const auto& [index, line] : lines_) csv_->Write(line);
-    csv_->Commit();
+    commit();
   } catch (...) {
     if (!error_) error_ = std::current_exception();
+    if (stack_) saved_ = 0;
   }
   csv_.reset();
-  if (!error_) return;
-  try {
-    std::rethrow_exception(error_);
-  } catch (const std::exception& error) {
-    throw Failure(ExitStatus::Failed, fmt::format("{}; {} frames are saved", error.what(), saved_));
-  }
+  if (error_) std::rethrow_exception(error_);
+}
+
+void FrameSaver::commit() {
+  if (saved_ == 0) return;
+  if (stack_) stack_->Commit();
+  for (const auto& [index, line] : lines_) csv_->Write(line);
+  csv_->Commit();
+  // The rest of a longer grab is not in the list.
+  for (const std::string& name : earlier_) std::filesystem::remove(options_.directory / name);
 }
 
 }  // namespace vireo::host

@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -34,19 +35,20 @@ struct SaveOptions {
 /// leaves behind is complete; frames.csv lists them. One thread calls it.
 class FrameSaver {
  public:
-  /// `frames` is the expected count, 0 when it is not known. Throws Failure when the directory cannot be
-  /// made, files would be overwritten, or the format cannot hold such pixels.
-  FrameSaver(SaveOptions options, const std::string& pixelFormat, std::int64_t frames);
+  /// Throws Failure when the directory cannot be made, files of an earlier grab would be overwritten, or the
+  /// format cannot hold such pixels.
+  FrameSaver(SaveOptions options, const std::string& pixelFormat);
   ~FrameSaver();
 
   /// Takes the frame's bytes and leaves a buffer of the same size. Waits while too many frames are pending.
   /// False once a file could not be written: `Finish` says why.
   bool Save(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer);
 
-  /// Waits for what is pending and completes frames.csv. Throws what stopped the saving, with the number of
-  /// frames that are safe.
+  /// Waits for what is pending and completes frames.csv; without any frame it leaves everything as it was.
+  /// Throws what stopped the saving.
   void Finish();
 
+  /// Frames that are safe once `Finish` has returned or thrown.
   std::uint64_t Saved() const { return saved_; }
 
  private:
@@ -62,10 +64,12 @@ class FrameSaver {
   void jobDone(const Job& job, const std::string& file);
   std::string csvLine(const Job& job, const std::string& file) const;
   void stopWorkers();
+  void commit();
 
   SaveOptions options_;
   std::string pixelFormat_;
   std::optional<PixelLayout> layout_;
+  std::set<std::string> earlier_;  ///< files of an earlier grab that this one has not replaced yet
   std::optional<OutputFile> csv_;
   std::unique_ptr<TiffFile> stack_;
   std::vector<std::thread> workers_;

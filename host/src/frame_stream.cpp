@@ -88,22 +88,26 @@ void FrameStream::receive(const Sink& sink) {
 void FrameStream::waited() {
   camera_.CheckLink();
   buffer_.resize(std::max<std::size_t>(buffer_.size(), camera_.Log().Faults().largestBytes));
-  const double silence = std::chrono::duration<double>(Clock::now() - lastFrame_).count();
-  if (options_.patience <= 0.0 || silence < options_.patience) return;
+  const std::chrono::duration<double> silence = Clock::now() - lastFrame_;
+  if (options_.patience > 0.0 && silence.count() >= options_.patience) throw Silence();
+}
+
+Failure FrameStream::Silence() const {
+  const double seconds = std::chrono::duration<double>(Clock::now() - lastFrame_).count();
   const std::uint64_t bad = statistics_.Faults().Bad();
   if (bad != 0) {
-    throw Failure(
+    return Failure(
         ExitStatus::Failed,
-        fmt::format("no good frame for {} s, but {} bad ones ('vireo-cam watch' shows why): lower the frame "
-                    "rate or GevSCPSPacketSize, check the network",
-                    options_.patience, bad));
+        fmt::format("no good frame for {:.1f} s, but {} bad ones ('vireo-cam watch' shows why): lower the "
+                    "frame rate or GevSCPSPacketSize, check the network",
+                    seconds, bad));
   }
-  throw Failure(
+  return Failure(
       ExitStatus::Failed,
-      fmt::format("no frame for {} s: with TriggerMode On a camera waits for its trigger; otherwise the "
+      fmt::format("no frame for {:.1f} s: with TriggerMode On a camera waits for its trigger; otherwise the "
                   "stream does not get through (firewall, packet size), or the camera was found over the "
                   "wrong interface: open it by its IP address",
-                  options_.patience));
+                  seconds));
 }
 
 void FrameStream::showProgress() {

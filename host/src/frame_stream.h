@@ -36,6 +36,8 @@ class FrameStream {
   void Run(const Sink& sink);
 
   const StreamStatistics& Statistics() const { return statistics_; }
+  /// Why no good frame came since the last one, as far as that can be told, and what to do.
+  Failure Silence() const;
 
  private:
   using Clock = std::chrono::steady_clock;

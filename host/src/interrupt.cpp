@@ -3,16 +3,26 @@
 
 #include <signal.h>
 
-#include <cerrno>
+#include <atomic>
+#include <cstdint>
 #include <ctime>
 
 namespace vireo::host {
 namespace {
 
-volatile sig_atomic_t interrupted = 0;
+// A shell or `timeout` may send the same request twice; a person who repeats it takes longer.
+constexpr std::int64_t insistsAfter = 1000;  // milliseconds
+std::atomic<std::int64_t> firstRequest{0};   // on the monotonic clock; 0: none yet
+static_assert(std::atomic<std::int64_t>::is_always_lock_free);
 
-void onSignal(int) {
-  interrupted = 1;
+void onSignal(int number) {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  const std::int64_t time = now.tv_sec * std::int64_t{1000} + now.tv_nsec / 1'000'000;
+  std::int64_t first = 0;
+  if (firstRequest.compare_exchange_strong(first, time) || time - first < insistsAfter) return;
+  signal(number, SIG_DFL);
+  raise(number);
 }
 
 }  // namespace
@@ -20,13 +30,16 @@ void onSignal(int) {
 void CatchInterrupts() {
   struct sigaction action {};
   action.sa_handler = onSignal;
-  action.sa_flags = static_cast<int>(SA_RESETHAND);
+  action.sa_flags = SA_RESTART;
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
+  struct sigaction before {};
+  sigaction(SIGHUP, nullptr, &before);
+  if (before.sa_handler != SIG_IGN) sigaction(SIGHUP, &action, nullptr);  // under nohup it stays ignored
 }
 
 bool Interrupted() noexcept {
-  return interrupted != 0;
+  return firstRequest != 0;
 }
 
 void WaitForInterrupt() {

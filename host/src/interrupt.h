@@ -3,8 +3,9 @@
 
 namespace vireo::host {
 
-/// Turns Ctrl-C and a termination request into a question that loops ask; to be called when the loop begins,
-/// since nothing asks before. A second Ctrl-C ends the process at once.
+/// Turns Ctrl-C, a termination request and a closed terminal into a question that loops ask; to be called
+/// when the loop begins, since nothing asks before. Another Ctrl-C a second later or more ends the process at
+/// once.
 void CatchInterrupts();
 
 bool Interrupted() noexcept;

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <filesystem>
 #include <optional>
+#include <string_view>
 #include <system_error>
 
 #include "exit_status.h"
@@ -28,6 +29,7 @@ constexpr std::uint16_t controlPort = 3956;  // where GigE Vision cameras listen
 
 /// The address of one of this computer's interfaces, given by that address or by the interface's name.
 std::optional<sockaddr_in> findInterface(const std::string& interface) {
+  const std::string_view wanted = interface == "localhost" ? "127.0.0.1" : std::string_view(interface);
   ifaddrs* list = nullptr;
   if (getifaddrs(&list) != 0) return std::nullopt;
   std::optional<sockaddr_in> found;
@@ -37,7 +39,7 @@ std::optional<sockaddr_in> findInterface(const std::string& interface) {
     std::memcpy(&address, entry->ifa_addr, sizeof address);
     char text[INET_ADDRSTRLEN];
     inet_ntop(AF_INET, &address.sin_addr, text, sizeof text);
-    if (interface == text || interface == entry->ifa_name) found = address;
+    if (wanted == text || wanted == entry->ifa_name) found = address;
   }
   freeifaddrs(list);
   return found;
@@ -87,13 +89,22 @@ std::vector<FoundCamera> FindCameras() {
   return cameras;
 }
 
+bool IsControlled(const std::string& address) {
+  const std::unique_ptr<ArvDevice, void (*)(void*)> device(
+      arv_open_device(address.empty() ? nullptr : address.c_str(), nullptr), g_object_unref);
+  return ARV_IS_GV_DEVICE(device.get()) && !arv_gv_device_is_controller(ARV_GV_DEVICE(device.get()));
+}
+
 NetworkCamera::NetworkCamera(const std::string& interface, const std::string& serial,
                              double lostPerThousand) {
   const std::optional<sockaddr_in> address = findInterface(interface);
   if (!address) throw cannotRun(interface, "it is no interface of this computer; 'ip address' shows them");
-  if (!portIsFree(*address)) throw cannotRun(interface, "another camera runs there already");
+  if (!portIsFree(*address))
+    throw cannotRun(interface, "its port 3956 is taken, another camera may run there");
+  char text[INET_ADDRSTRLEN];
+  address_ = inet_ntop(AF_INET, &address->sin_addr, text, sizeof text);
   ArvGvFakeCamera* const camera =
-      arv_gv_fake_camera_new_full(interface.c_str(), serial.c_str(), SimulatedCameraDescription().c_str());
+      arv_gv_fake_camera_new_full(address_.c_str(), serial.c_str(), SimulatedCameraDescription().c_str());
   camera_ = camera;
   if (camera == nullptr || !arv_gv_fake_camera_is_running(camera)) {
     g_clear_object(&camera_);

@@ -29,17 +29,24 @@ void EnableSimulatedCamera();
 /// Asks every interface and USB port who is there; takes about a second.
 std::vector<FoundCamera> FindCameras();
 
+/// Whether another program holds the control of a GigE Vision camera; `address` as the adapter takes it.
+bool IsControlled(const std::string& address);
+
 /// A GigE Vision camera on one of this computer's interfaces, for as long as the object lives.
 class NetworkCamera {
  public:
-  /// `interface` is an IP address or an interface name; `lostPerThousand` stream packets are dropped. Throws
-  /// Failure when the interface does not exist or has a camera already.
+  /// `interface` is an IP address, an interface name or "localhost"; `lostPerThousand` stream packets are
+  /// dropped. Throws Failure when the interface does not exist or has a camera already.
   NetworkCamera(const std::string& interface, const std::string& serial, double lostPerThousand);
   NetworkCamera(const NetworkCamera&) = delete;
   NetworkCamera& operator=(const NetworkCamera&) = delete;
   ~NetworkCamera();
 
+  /// The IP address of its interface.
+  const std::string& Address() const { return address_; }
+
  private:
+  std::string address_;
   void* camera_ = nullptr;  // ArvGvFakeCamera, one reference
 };
 

@@ -1,20 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <exception>
 #include <string>
 
 #include "commands/commands.h"
+#include "console.h"
 
 namespace {
 
 using vireo::host::CommandLine;
 using vireo::host::ExitStatus;
 
-int endWith(ExitStatus status, std::string text) {
-  std::replace(text.begin(), text.end(), '\n', ' ');  // one line an error
-  fmt::print(stderr, "vireo-cam: {}\n", text);
+int endWith(ExitStatus status, const std::string& text) {
+  if (!text.empty()) vireo::host::PrintError(text);
   return static_cast<int>(status);
 }
 
@@ -39,12 +38,14 @@ std::string usageError(const CommandLine& line, const CLI::ParseError& error) {
   if (!unknown.empty() && !unknown.front().starts_with('-')) {
     return fmt::format("there is no command '{}': see 'vireo-cam --help'", unknown.front());
   }
-  return fmt::format("{}: see 'vireo-cam --help'", error.what());
+  const bool nothingChosen = line.app.remaining_size() == 0 && error.get_name() == "RequiredError";
+  return fmt::format("{}: see 'vireo-cam --help'", nothingChosen ? "a command is required" : error.what());
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  vireo::host::PrepareConsole();
   CommandLine line;
   try {
     addCommands(line);

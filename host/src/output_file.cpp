@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -28,15 +29,28 @@ Failure fileFailure(const std::filesystem::path& path, const char* action, int e
 }  // namespace
 
 void RefuseExisting(const std::filesystem::path& path, bool overwrite) {
+  using std::filesystem::file_type;
   std::error_code ignored;
-  if (overwrite || !std::filesystem::exists(path, ignored)) return;
-  throw Failure(ExitStatus::Failed,
-                fmt::format("{} exists: choose another name, or overwrite it with --force", path.string()));
+  const auto refuse = [&](const char* reason) {
+    throw Failure(ExitStatus::Failed, fmt::format("{} {}", path.string(), reason));
+  };
+  const file_type target = std::filesystem::status(path, ignored).type();
+  if (target == file_type::regular && !overwrite) {
+    refuse("exists: choose another name, or overwrite it with --force");
+  }
+  if (target == file_type::regular) return;
+  if (target == file_type::directory) refuse("is a directory: name a file");
+  if (target != file_type::not_found && target != file_type::none) {
+    refuse("is no plain file, so it cannot be replaced: choose another name");
+  }
+  if (std::filesystem::is_symlink(path, ignored)) refuse("is a link to nothing: choose another name");
 }
 
 OutputFile::OutputFile(const std::filesystem::path& path, bool overwrite)
-    : path_(path), partPath_(path.string() + ".part"), overwrite_(overwrite) {
+    : path_(path), overwrite_(overwrite) {
   RefuseExisting(path, overwrite);
+  if (std::filesystem::is_symlink(path)) path_ = std::filesystem::canonical(path);  // the link stays
+  partPath_ = path_.string() + ".part";
   descriptor_ = ::open(partPath_.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (descriptor_ < 0) fail(errno);
 }
@@ -61,12 +75,21 @@ void OutputFile::Write(std::string_view text) {
 }
 
 void OutputFile::Reserve(std::size_t bytes) {
+  // A file whose directory was removed or renamed could be written on, but no longer committed.
+  struct stat open {};
+  struct stat named {};
+  if (::stat(partPath_.c_str(), &named) != 0) fail(errno);
+  if (::fstat(descriptor_, &open) != 0 || open.st_ino != named.st_ino) fail(ENOENT);
   const off_t end = ::lseek(descriptor_, 0, SEEK_END);
   rlimit limit{};
   ::getrlimit(RLIMIT_FSIZE, &limit);  // what is reserved beyond the end does not count for it
   if (static_cast<rlim_t>(end) + bytes > limit.rlim_cur) fail(EFBIG);
-  if (::fallocate(descriptor_, FALLOC_FL_KEEP_SIZE, end, static_cast<off_t>(bytes)) == 0) return;
-  if (errno != EOPNOTSUPP) fail(errno);
+  int error = EINTR;
+  while (error == EINTR) {
+    const int result = ::fallocate(descriptor_, FALLOC_FL_KEEP_SIZE, end, static_cast<off_t>(bytes));
+    error = result == 0 ? 0 : errno;
+  }
+  if (error != 0 && error != EOPNOTSUPP) fail(error);
 }
 
 void OutputFile::Commit() {

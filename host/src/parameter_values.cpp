@@ -154,6 +154,19 @@ Parameter ParseValue(const Parameter& like, const std::string& text) {
   return parameter;
 }
 
+std::string ValueText(const Json& value) {
+  return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+Parameter ParseJson(const Parameter& like, const Json& value) {
+  return ParseValue(like, ValueText(value));
+}
+
+bool IsCommand(const genicam::NodeMap& nodes, const std::string& name) {
+  const auto node = nodes.find(name);
+  return node != nodes.end() && getNodeType(node->second) == genicam::NodeType::Command;
+}
+
 std::optional<std::string> Objection(const Parameter& wanted, const ParametersByName& scanned) {
   const auto found = scanned.find(wanted.name);
   if (found == scanned.end() || !found->second.metadata) return std::nullopt;  // write-only: nothing is known

@@ -5,7 +5,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <string>
+
+#include "console.h"
 
 namespace vireo::host {
 namespace {
@@ -23,17 +26,19 @@ std::string bar(std::uint64_t done, std::uint64_t all) {
 ProgressLine::ProgressLine(std::int64_t frames) : frames_(frames), terminal_(isatty(STDERR_FILENO) == 1) {}
 
 ProgressLine::~ProgressLine() {
-  if (shown_) fmt::print(stderr, "\n");
+  if (shown_) std::fputs("\n", stderr);
 }
 
 void ProgressLine::Show(const StreamStatistics& statistics) {
   if (!terminal_) return;
   const std::string count = frames_ > 0 ? bar(statistics.Frames(), static_cast<std::uint64_t>(frames_))
                                         : fmt::format("{} frames", statistics.Frames());
-  fmt::print(stderr, "\r{}  {:.1f} frames/s  {:.1f} MB/s  lost {}  bad {}\x1b[K", count,
-             statistics.FrameRate(), statistics.MegabytesPerSecond(), statistics.Lost(),
-             statistics.Faults().Bad());
-  std::fflush(stderr);
+  std::string line =
+      fmt::format("{}  {:.1f} frames/s  {:.1f} MB/s  lost {}  bad {}", count, statistics.FrameRate(),
+                  statistics.MegabytesPerSecond(), statistics.Lost(), statistics.Faults().Bad());
+  // A line that wraps could not be written over.
+  if (const std::size_t width = TerminalWidth(STDERR_FILENO)) line.resize(std::min(line.size(), width - 1));
+  std::fputs(("\r" + line + "\x1b[K").c_str(), stderr);
   shown_ = true;
 }
 

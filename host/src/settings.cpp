@@ -26,20 +26,11 @@ bool isSetting(const Parameter& parameter, const genicam::NodeMap& nodes) {
   return available && parameter.name != transportLock;
 }
 
-std::string textOf(const Json& value) {
-  return value.is_string() ? value.get<std::string>() : value.dump();
-}
-
-/// The setting typed as the camera has it; the text of a value of another type is an error that says so.
-Parameter typed(const Parameter& like, const Json& value) {
-  return ParseValue(like, textOf(value));
-}
-
 /// Tries one setting; the text says why it failed.
 std::string tryWrite(Camera& camera, const Parameter& like, const Json& value,
                      const ParametersByName& scanned) {
   try {
-    const Parameter wanted = typed(like, value);
+    const Parameter wanted = ParseJson(like, value);
     if (const auto objection = Objection(wanted, scanned)) return *objection;
     camera.Adapter().Write(wanted);
     return "";
@@ -47,6 +38,15 @@ std::string tryWrite(Camera& camera, const Parameter& like, const Json& value,
     camera.CheckLink();
     return error.what();
   }
+}
+
+Json identityOf(Camera& camera) {
+  Json identity = Json::object();
+  for (const char* const name : {"DeviceVendorName", "DeviceModelName", "DeviceSerialNumber"}) {
+    const std::string value = camera.ValueOr(name, "");
+    if (!value.empty()) identity[name] = value;
+  }
+  return identity;
 }
 
 }  // namespace
@@ -57,10 +57,7 @@ Settings SettingsOf(Camera& camera) {
   for (const Parameter& parameter : camera.Adapter().Scan()) {
     if (isSetting(parameter, nodes)) result.settings[parameter.name] = ValueToJson(parameter);
   }
-  for (const char* const name : {"DeviceVendorName", "DeviceModelName", "DeviceSerialNumber"}) {
-    const std::string value = camera.ValueOr(name, "");
-    if (!value.empty()) result.camera[name] = value;
-  }
+  result.camera = identityOf(camera);
   return result;
 }
 
@@ -87,7 +84,20 @@ Settings ReadSettings(const std::filesystem::path& file) {
   for (const auto& [name, value] : settings.items()) {
     if (value.is_structured() || value.is_null()) throw bad(fmt::format("{} has no plain value", name));
   }
-  return {json.value("camera", Json::object()), settings};
+  const Json camera = json.value("camera", Json::object());
+  if (!camera.is_object()) throw bad("its camera is no object");
+  return {camera, settings};
+}
+
+std::string OtherModel(Camera& camera, const Settings& settings) {
+  const Json here = identityOf(camera);
+  const auto model = [](const Json& identity) {
+    return ValueText(identity.value("DeviceVendorName", Json(""))) + " " +
+           ValueText(identity.value("DeviceModelName", Json("")));
+  };
+  if (settings.camera.empty() || model(settings.camera) == model(here)) return "";
+  return fmt::format("the settings come from another model, {}; this camera is {}", model(settings.camera),
+                     model(here));
 }
 
 std::vector<Difference> Compare(Camera& camera, const Settings& wanted) {
@@ -96,15 +106,15 @@ std::vector<Difference> Compare(Camera& camera, const Settings& wanted) {
   for (const auto& [name, value] : wanted.settings.items()) {
     const auto now = scanned.find(name);
     if (now == scanned.end()) {
-      differences.push_back({name, textOf(value), "", "the camera has no such parameter"});
+      differences.push_back({name, ValueText(value), "", "the camera has no such parameter"});
       continue;
     }
     bool same = false;
     try {
-      same = SameValue(now->second, typed(now->second, value));
+      same = SameValue(now->second, ParseJson(now->second, value));
     } catch (const Failure&) {  // a value of another type differs
     }
-    if (!same) differences.push_back({name, textOf(value), now->second.GetValueAsString(), ""});
+    if (!same) differences.push_back({name, ValueText(value), now->second.GetValueAsString(), ""});
   }
   return differences;
 }

@@ -24,6 +24,9 @@ std::string SettingsText(const Settings& settings);
 /// Throws Failure for a file that is no settings file.
 Settings ReadSettings(const std::filesystem::path& file);
 
+/// That the settings come from a camera of another vendor or model; empty when they do not, or do not tell.
+std::string OtherModel(Camera& camera, const Settings& settings);
+
 /// One setting where camera and file do not agree.
 struct Difference {
   std::string name;

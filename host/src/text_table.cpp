@@ -132,6 +132,7 @@ std::string CsvCell(std::string_view text) {
 
 void Print(std::string_view text) {
   if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return;
+  if (errno == EPIPE) throw Failure(ExitStatus::Failed, "");  // the reader has seen enough
   throw Failure(ExitStatus::Failed,
                 fmt::format("cannot write standard output: {}", std::generic_category().message(errno)));
 }

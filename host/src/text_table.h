@@ -36,7 +36,8 @@ std::size_t OutputWidth();
 /// A cell of comma-separated values, quoted where it must be.
 std::string CsvCell(std::string_view text);
 
-/// Writes to standard output. Throws Failure when that does not take it (a full disk).
+/// Writes to standard output. Throws Failure when that does not take it (a full disk, silently a closed
+/// pipe).
 void Print(std::string_view text);
 
 }  // namespace vireo::host

@@ -15,6 +15,6 @@ void AddGrabCommand(CommandLine& line);
 void AddWatchCommands(CommandLine& line);  ///< watch, bench
 void AddViewCommand(CommandLine& line);
 void AddSimulateCommand(CommandLine& line);
-void AddManualCommands(CommandLine& line);  ///< man page and shell completion, for the build
+void AddManualCommands(CommandLine& line);  ///< help; for the build, man page and shell completion
 
 }  // namespace vireo::host

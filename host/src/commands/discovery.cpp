@@ -53,6 +53,11 @@ std::string row(const char* title, const std::string& value, const std::string& 
   return parameter.empty() ? "" : fmt::format("{:<22}{}\n", title, value);
 }
 
+template <typename Number>
+std::string bytesText(Number count) {
+  return fmt::format("{} byte{}", count, count == 1 ? "" : "s");
+}
+
 std::string imaging(const common::BasicParams& basic, const std::string& pixelFormat) {
   std::string text;
   text += row("Exposure", fmt::format("{} ms", static_cast<float>(basic.exposureTime * 1e3)),
@@ -66,7 +71,7 @@ std::string imaging(const common::BasicParams& basic, const std::string& pixelFo
   text += row("Offset", fmt::format("{}, {}", basic.offsetX, basic.offsetY), basic.offsetXParam);
   text += row("Binning", fmt::format("{} x {}", basic.binningHorizontal, basic.binningVertical),
               basic.binningHorizontalParam);
-  text += row("Pixels", fmt::format("{}, {} bytes each", pixelFormat, basic.pixelBytes), pixelFormat);
+  text += row("Pixels", fmt::format("{}, {} each", pixelFormat, bytesText(basic.pixelBytes)), pixelFormat);
   text += fmt::format("{:<22}{:.2f} MB\n", "Full frame", static_cast<double>(basic.frameSize) / 1e6);
   return text;
 }
@@ -80,7 +85,9 @@ std::string link(Camera& camera) {
     camera.Adapter().Read(width ? "Width" : camera.Catalogue().begin()->first);
   }
   const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - start;
-  return fmt::format("{:<22}good, one read takes {:.2f} ms\n", "Link", taken.count());
+  const std::string time = taken.count() < 1.0 ? fmt::format("{:.0f} us", taken.count() * 1e3)
+                                               : fmt::format("{:.1f} ms", taken.count());
+  return fmt::format("{:<22}good, one read takes {}\n", "Link", time);
 }
 
 ExitStatus info(Camera& camera) {
@@ -100,7 +107,7 @@ void AddDiscoveryCommands(CommandLine& line) {
       line.AddCommand("cameras", "Cameras that can be found", [&line, json] { return cameras(line, *json); });
   command->add_flag("--json", *json, "Print JSON");
   line.AddCommand("info", "Identity, imaging parameters and link of a camera",
-                  [&line] { return WithCamera(line.camera, info); });
+                  [&line] { return WithCamera(line.camera, Use::Control, info); });
 }
 
 }  // namespace vireo::host

@@ -93,7 +93,7 @@ void AddListCommands(CommandLine& line) {
   const auto listed = std::make_shared<ListOptions>();
   CLI::App* command =
       line.AddCommand("list", "Parameters with value, unit, bounds, entries and access", [&line, listed] {
-        return WithCamera(line.camera, [&](Camera& camera) { return list(camera, *listed); });
+        return WithCamera(line.camera, Use::Reading, [&](Camera& camera) { return list(camera, *listed); });
       });
   command->add_option("PATTERN", listed->patterns, "Names to show: with * and ?, or a part of the name");
   addFormatOptions(command, *listed);
@@ -112,7 +112,8 @@ void AddListCommands(CommandLine& line) {
   const auto target = std::make_shared<XmlOptions>();
   command = line.AddCommand("xml", "The camera's own description", [&line, target] {
     if (!target->file.empty()) RefuseExisting(target->file, target->force);
-    return WithCamera(line.camera, [&](Camera& camera) { return xml(camera, target->file, target->force); });
+    return WithCamera(line.camera, Use::Reading,
+                      [&](Camera& camera) { return xml(camera, target->file, target->force); });
   });
   command->add_option("-o,--output", target->file, "File to write instead of standard output")
       ->type_name("FILE");

@@ -101,9 +101,28 @@ complete -o filenames -F _vireo_cam vireo-cam
                      longNames(line.app), fmt::join(names, " "), cases);
 }
 
+ExitStatus help(CommandLine& line, const std::string& name) {
+  CLI::App* shown = &line.app;
+  for (CLI::App* const command : publicCommands(line)) {
+    if (command->get_name() == name) shown = command;
+  }
+  if (!name.empty() && shown == &line.app) {
+    throw Failure(ExitStatus::WrongUsage,
+                  fmt::format("there is no command '{}': see 'vireo-cam --help'", name));
+  }
+  const std::string title = name.empty() ? "vireo-cam" : "vireo-cam " + name;
+  Print(shown->get_formatter()->make_help(shown, title, CLI::AppFormatMode::Normal));
+  return ExitStatus::Done;
+}
+
 }  // namespace
 
 void AddManualCommands(CommandLine& line) {
+  const auto explained = std::make_shared<std::string>();
+  line.AddCommand("help", "Show this help, or a command's",
+                  [&line, explained] { return help(line, *explained); })
+      ->add_option("COMMAND", *explained, "Command to explain");
+
   const auto kind = std::make_shared<std::string>();
   CLI::App* const command =
       line.AddCommand("manual", "Print the man page or the bash completion", [&line, kind] {
@@ -111,9 +130,7 @@ void AddManualCommands(CommandLine& line) {
         return ExitStatus::Done;
       });
   command->group("");  // for the build, not for people
-  command->add_option("KIND", *kind, "man or completion")
-      ->required()
-      ->check(CLI::IsMember({"man", "completion"}));
+  command->add_option("KIND", *kind, "man or completion")->required()->check(OneOf({"man", "completion"}));
 }
 
 }  // namespace vireo::host

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <memory>
-#include <set>
+#include <optional>
 
 #include "../camera.h"
 #include "../parameter_rows.h"
@@ -15,14 +15,16 @@ namespace {
 
 using common::Parameter;
 
-void requireKnown(Camera& camera, const std::vector<std::string>& names) {
-  for (const std::string& name : names) {
-    if (!camera.Catalogue().contains(name)) throw UnknownName(name, NamesOf(camera.Catalogue()));
-  }
+/// The failure for a name that is no value parameter of the camera.
+Failure notAParameter(Camera& camera, const std::string& name) {
+  if (!IsCommand(DescribedNodes(camera), name)) return UnknownName(name, NamesOf(camera.Catalogue()));
+  return Failure(ExitStatus::Failed, fmt::format("{0} is a command: use 'vireo-cam run {0}'", name));
 }
 
 ExitStatus get(Camera& camera, const std::vector<std::string>& names, bool json) {
-  requireKnown(camera, names);
+  for (const std::string& name : names) {
+    if (!camera.Catalogue().contains(name)) throw notAParameter(camera, name);
+  }
   Json values = Json::object();
   std::string text;
   for (const Parameter& parameter : camera.Adapter().Read(names)) {
@@ -33,17 +35,16 @@ ExitStatus get(Camera& camera, const std::vector<std::string>& names, bool json)
   return ExitStatus::Done;
 }
 
-Parameter parseAssignment(Camera& camera, const std::string& assignment) {
+Parameter parseAssignment(Camera& camera, const genicam::NodeMap& nodes, const std::string& assignment) {
   const std::size_t equals = assignment.find('=');
   const std::string name = assignment.substr(0, equals);
   const auto like = camera.Catalogue().find(name);
-  if (like != camera.Catalogue().end()) return ParseValue(like->second, assignment.substr(equals + 1));
-  const genicam::NodeMap nodes = DescribedNodes(camera);
+  if (like == camera.Catalogue().end()) throw notAParameter(camera, name);
   const auto node = nodes.find(name);
-  if (node != nodes.end() && getNodeType(node->second) == genicam::NodeType::Command) {
-    throw Failure(ExitStatus::Failed, fmt::format("{0} is a command: use 'vireo-cam run {0}'", name));
+  if (node != nodes.end() && getAccessMode(node->second) == genicam::AccessMode::NotAvailable) {
+    throw Failure(ExitStatus::Failed, fmt::format("{} is not available on this camera", name));
   }
-  throw UnknownName(name, NamesOf(camera.Catalogue()));
+  return ParseValue(like->second, assignment.substr(equals + 1));
 }
 
 /// Writes parameters in order, in batches, and remembers how far it came.
@@ -57,6 +58,9 @@ class BatchWriter {
     for (const Parameter& parameter : parameters) add(parameter);
     flush();
   }
+
+  /// How many were written.
+  std::size_t Done() const { return done_; }
 
  private:
   void add(const Parameter& parameter) {
@@ -117,12 +121,32 @@ std::string readBack(Camera& camera, const Parameter& wanted, const ParametersBy
   return fmt::format("{}={}{}{}\n", wanted.name, current.GetValueAsString(), unit, note);
 }
 
+/// What the camera has now, against the last value that it was asked for.
+void printReadBack(Camera& camera, const std::vector<Parameter>& written) {
+  const ParametersByName scanned = ScanByName(camera);
+  for (auto wanted = written.begin(); wanted != written.end(); ++wanted) {
+    const auto sameName = [&](const Parameter& later) { return later.name == wanted->name; };
+    if (std::none_of(wanted + 1, written.end(), sameName)) Print(readBack(camera, *wanted, scanned));
+  }
+}
+
 ExitStatus set(Camera& camera, const std::vector<std::string>& assignments) {
   std::vector<Parameter> parameters;
-  for (const std::string& assignment : assignments) parameters.push_back(parseAssignment(camera, assignment));
-  BatchWriter(camera).Write(parameters);
-  const ParametersByName scanned = ScanByName(camera);
-  for (const Parameter& wanted : parameters) Print(readBack(camera, wanted, scanned));
+  const genicam::NodeMap nodes = DescribedNodes(camera);
+  for (const std::string& assignment : assignments) {
+    parameters.push_back(parseAssignment(camera, nodes, assignment));
+  }
+  BatchWriter writer(camera);
+  std::optional<Failure> failure;
+  try {
+    writer.Write(parameters);
+  } catch (const Failure& error) {
+    if (error.status == ExitStatus::LinkLost) throw;
+    failure = error;
+  }
+  parameters.resize(writer.Done());
+  printReadBack(camera, parameters);
+  if (failure) throw Failure(*failure);
   return ExitStatus::Done;
 }
 
@@ -159,14 +183,15 @@ void AddParameterCommands(CommandLine& line) {
   };
   const auto read = std::make_shared<Options>();
   CLI::App* command = line.AddCommand("get", "Read parameters from the camera", [&line, read] {
-    return WithCamera(line.camera, [&](Camera& camera) { return get(camera, read->names, read->json); });
+    return WithCamera(line.camera, Use::Reading,
+                      [&](Camera& camera) { return get(camera, read->names, read->json); });
   });
   command->add_option("NAME", read->names, "Parameters to read")->required();
   command->add_flag("--json", read->json, "Print JSON");
 
   const auto written = std::make_shared<Options>();
   command = line.AddCommand("set", "Change parameters, in order, and read them back", [&line, written] {
-    return WithCamera(line.camera, [&](Camera& camera) { return set(camera, written->names); });
+    return WithCamera(line.camera, Use::Control, [&](Camera& camera) { return set(camera, written->names); });
   });
   command->add_option("NAME=VALUE", written->names, "Parameters to change")
       ->required()
@@ -177,7 +202,8 @@ void AddParameterCommands(CommandLine& line) {
 
   const auto executed = std::make_shared<Options>();
   command = line.AddCommand("run", "Execute commands of the camera, in order", [&line, executed] {
-    return WithCamera(line.camera, [&](Camera& camera) { return run(camera, executed->names); });
+    return WithCamera(line.camera, Use::Control,
+                      [&](Camera& camera) { return run(camera, executed->names); });
   });
   command->add_option("NAME", executed->names, "Commands to execute")->required();
 }

@@ -5,11 +5,14 @@
 
 #include <memory>
 
+#include "../console.h"
 #include "../output_file.h"
 #include "commands.h"
 
 namespace vireo::host {
 namespace {
+
+constexpr std::string_view standardOutput = "-";
 
 struct SettingsOptions {
   std::string file;
@@ -18,6 +21,10 @@ struct SettingsOptions {
 
 ExitStatus save(Camera& camera, const SettingsOptions& options) {
   const Settings settings = SettingsOf(camera);
+  if (options.file == standardOutput) {
+    Print(SettingsText(settings));
+    return ExitStatus::Done;
+  }
   OutputFile output(options.file, options.force);
   output.Write(SettingsText(settings));
   output.Commit();
@@ -37,6 +44,7 @@ ExitStatus report(const std::vector<Difference>& differences) {
 }
 
 ExitStatus load(Camera& camera, const Settings& wanted) {
+  if (const std::string note = OtherModel(camera, wanted); !note.empty()) PrintError("note: " + note);
   const std::vector<Difference> differences = Apply(camera, wanted);
   Print(fmt::format("{} of {} settings are as in the file\n", wanted.settings.size() - differences.size(),
                     wanted.settings.size()));
@@ -49,23 +57,24 @@ void AddSettingsCommands(CommandLine& line) {
   const auto options = std::make_shared<SettingsOptions>();
   CLI::App* command =
       line.AddCommand("save", "Keep the camera's settings in a file (JSON)", [&line, options] {
-        RefuseExisting(options->file, options->force);
-        return WithCamera(line.camera, [&](Camera& camera) { return save(camera, *options); });
+        if (options->file != standardOutput) RefuseExisting(options->file, options->force);
+        return WithCamera(line.camera, Use::Reading, [&](Camera& camera) { return save(camera, *options); });
       });
-  command->add_option("FILE", options->file, "File to write")->required();
+  command->add_option("FILE", options->file, "File to write; - for standard output")->required();
   command->add_flag("--force", options->force, "Overwrite an existing file");
 
   command = line.AddCommand(
       "load", "Set the camera as a file says; lists what differs afterwards", [&line, options] {
         const Settings wanted = ReadSettings(options->file);
-        return WithCamera(line.camera, [&](Camera& camera) { return load(camera, wanted); });
+        return WithCamera(line.camera, Use::Control, [&](Camera& camera) { return load(camera, wanted); });
       });
   command->add_option("FILE", options->file, "File that 'save' wrote")->required();
 
   command = line.AddCommand(
       "diff", "Settings that differ between a file and the camera; status 1 if any do", [&line, options] {
         const Settings wanted = ReadSettings(options->file);
-        return WithCamera(line.camera, [&](Camera& camera) { return report(Compare(camera, wanted)); });
+        return WithCamera(line.camera, Use::Reading,
+                          [&](Camera& camera) { return report(Compare(camera, wanted)); });
       });
   command->add_option("FILE", options->file, "File that 'save' wrote")->required();
 }

@@ -3,10 +3,10 @@
 
 #include <fmt/format.h>
 #include <httplib.h>
-#include <signal.h>
 
 #include <memory>
 #include <thread>
+#include <utility>
 
 #include "../frame_stream.h"
 #include "../interrupt.h"
@@ -19,6 +19,7 @@ namespace {
 
 constexpr const char* host = "127.0.0.1";
 constexpr std::size_t largestRequest = 4096;  // bytes
+constexpr std::chrono::seconds readTimeout(1);
 
 /// The page's server, on a thread of its own while it lives.
 class PageServer {
@@ -26,6 +27,7 @@ class PageServer {
   /// Throws Failure when the port is taken.
   PageServer(LiveView& view, int port) : view_(view) {
     server_.set_payload_max_length(largestRequest);
+    server_.set_read_timeout(readTimeout);
     port_ = port == 0 ? server_.bind_to_any_port(host) : (server_.bind_to_port(host, port) ? port : -1);
     if (port_ < 0) {
       throw Failure(
@@ -92,8 +94,11 @@ class PageServer {
 
   void setParameter(const Request& request, Response& response) {
     try {
-      const Json wanted = Json::parse(request.body);
-      view_.Set(wanted.at("name").get<std::string>(), wanted.at("value").get<std::string>());
+      const Json wanted = Json::parse(request.body, nullptr, false);
+      if (!wanted.is_object() || !wanted.value("name", Json()).is_string() || !wanted.contains("value")) {
+        throw Failure(ExitStatus::WrongUsage, R"(not {"name": NAME, "value": VALUE})");
+      }
+      view_.Set(wanted["name"], wanted["value"]);
       response.set_content("ok\n", "text/plain");
     } catch (const std::exception& error) {
       response.status = 400;
@@ -111,11 +116,16 @@ ExitStatus view(Camera& camera, int port) {
   CatchInterrupts();
   LiveView live(camera);
   const PageServer server(live, port);
-  Print(fmt::format("{} shows the camera; Ctrl-C ends it\n", server.Url()));
+  bool announced = false;
   StreamOptions options;
   options.patience = 0.0;  // the page says that nothing comes
   FrameStream stream(camera, options);
-  stream.OnProgress([&](const StreamStatistics& statistics) { live.Take(statistics); });
+  stream.OnProgress([&](const StreamStatistics& statistics) {
+    if (!std::exchange(announced, true)) {
+      Print(fmt::format("{} shows the camera; Ctrl-C ends it\n", server.Url()));
+    }
+    live.Take(statistics);
+  });
   stream.Run([&](const common::FrameInfo& info, std::vector<std::uint8_t>& buffer) {
     live.Take(info, buffer);
     return true;
@@ -129,12 +139,10 @@ void AddViewCommand(CommandLine& line) {
   const auto port = std::make_shared<int>(8137);
   CLI::App* const command =
       line.AddCommand("view", "Show the live picture on a page of this computer until Ctrl-C", [&line, port] {
-        signal(SIGPIPE, SIG_IGN);  // a browser that goes away must not end the view
-        return WithCamera(
-            line.camera, [&](Camera& camera) { return view(camera, *port); }, true);
+        return WithCamera(line.camera, Use::Stream, [&](Camera& camera) { return view(camera, *port); });
       });
   command->add_option("-p,--port", *port, "Port on 127.0.0.1; 0 finds a free one")
-      ->check(Quiet(CLI::Range(0, 65535)))
+      ->check(WholeNumber(0, 65535))
       ->type_name("PORT")
       ->capture_default_str();
 }

@@ -86,6 +86,7 @@ void receive(FrameStream& stream) {
   ProgressLine progress(0);
   stream.OnProgress([&](const StreamStatistics& statistics) { progress.Show(statistics); });
   stream.Run([](const common::FrameInfo&, std::vector<std::uint8_t>&) { return true; });
+  if (stream.Statistics().Frames() == 0) throw stream.Silence();
 }
 
 ExitStatus watch(Camera& camera, const WatchOptions& options) {
@@ -169,13 +170,13 @@ ExitStatus bench(Camera& camera, const WatchOptions& options) {
 
 void addCommonOptions(CLI::App* command, WatchOptions& options) {
   command->add_option("--seconds", options.seconds, "Time to receive for; 0: until Ctrl-C")
-      ->check(Quiet(CLI::NonNegativeNumber))
+      ->check(Seconds())
       ->type_name("S")
       ->capture_default_str();
   command
       ->add_option("--patience", options.patience, "Seconds without any frame after which it fails; 0: never")
       ->type_name("S")
-      ->check(Quiet(CLI::NonNegativeNumber))
+      ->check(Seconds())
       ->capture_default_str();
   command->add_flag("--json", options.json, "Print the summary as JSON");
 }
@@ -186,16 +187,14 @@ void AddWatchCommands(CommandLine& line) {
   const auto watched = std::make_shared<WatchOptions>();
   CLI::App* command = line.AddCommand(
       "watch", "Receive without saving: rate, lost and bad frames, longest gap", [&line, watched] {
-        return WithCamera(
-            line.camera, [&](Camera& camera) { return watch(camera, *watched); }, true);
+        return WithCamera(line.camera, Use::Stream, [&](Camera& camera) { return watch(camera, *watched); });
       });
   addCommonOptions(command, *watched);
 
   const auto measured = std::make_shared<WatchOptions>();
   measured->seconds = 5.0;
   command = line.AddCommand("bench", "Measure receiving at the camera's full rate", [&line, measured] {
-    return WithCamera(
-        line.camera, [&](Camera& camera) { return bench(camera, *measured); }, true);
+    return WithCamera(line.camera, Use::Stream, [&](Camera& camera) { return bench(camera, *measured); });
   });
   addCommonOptions(command, *measured);
   command->add_flag("--keep-rate", measured->keepRate,

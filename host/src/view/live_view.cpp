@@ -76,7 +76,7 @@ Json LiveView::State() const {
           {"adjustable", adjustable}};
 }
 
-void LiveView::Set(const std::string& name, const std::string& value) {
+void LiveView::Set(const std::string& name, const Json& value) {
   common::Parameter like;
   {
     const std::lock_guard lock(mutex_);
@@ -86,7 +86,7 @@ void LiveView::Set(const std::string& name, const std::string& value) {
     }
     like = offered->second;
   }
-  const common::Parameter wanted = ParseValue(like, value);
+  const common::Parameter wanted = ParseJson(like, value);
   if (const auto objection = Objection(wanted, {{name, like}})) throw Failure(ExitStatus::Failed, *objection);
   {
     const std::lock_guard control(camera_.Control());

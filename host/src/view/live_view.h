@@ -32,7 +32,7 @@ class LiveView {
   /// What the page shows besides the picture.
   Json State() const;
   /// Sets one of the parameters that the page offers. Throws Failure.
-  void Set(const std::string& name, const std::string& value);
+  void Set(const std::string& name, const Json& value);
 
  private:
   struct Frame {

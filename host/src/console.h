@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace vireo::host {
+
+/// Keeps closed standard streams from becoming the next file that is opened, and a reader that went away from
+/// ending the program. To be called first of all.
+void PrepareConsole();
+
+/// One line on standard error: "vireo-cam: " and the text. Silent where nobody can read it, as a program
+/// whose standard error is gone still does its work.
+void PrintError(std::string text);
+
+/// Characters of a line of the terminal behind a descriptor, or COLUMNS where that is set; 0 when it is no
+/// terminal.
+std::size_t TerminalWidth(int descriptor);
+
+}  // namespace vireo::host

@@ -92,6 +92,7 @@ TEST_F(CameraFaults, UnpluggedWhileAcquiring) {
     if (!camera) plugIn();
     connectAndReceive();
     logger.take();
+    EXPECT_TRUE(adapter->CheckConnection().ok);
     camera.reset();
     if (round % 3 == 0) return disconnect();  // the host has not noticed
     receiveUntilLost();
@@ -108,9 +109,6 @@ TEST_F(CameraFaults, UnpluggedWhileAcquiring) {
   });
   useCamera(NetworkCamera::address);
   EXPECT_THAT(errorOf([&] { adapter->Connect(); }), StartsWith("GenICamAdapter: connection timeout"));
-  plugIn();
-  connectAndReceive();
-  EXPECT_TRUE(adapter->CheckConnection().ok);
 }
 
 TEST_F(CameraFaults, UnpluggedWhileConnecting) {
@@ -137,8 +135,6 @@ TEST_F(CameraFaults, ControlTakenAway) {
     EXPECT_THAT(logger.take(), Not(Contains(StartsWith("StopAcquisition|30"))));  // it still answers
     disconnect();
   });
-  connectAndReceive();
-  EXPECT_TRUE(adapter->CheckConnection().ok);
 }
 
 TEST_F(CameraFaults, PacketLoss) {

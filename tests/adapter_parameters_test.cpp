@@ -188,8 +188,8 @@ TEST_F(Parameters, ScanListsEveryReadableFeatureWithItsMetadata) {
 
 TEST_F(Parameters, TheNativeDocumentIsTheCamerasToTheByte) {
   script.xml = std::string("a\0b", 3);
-  EXPECT_EQ(adapter.GetNativeParameterDocument().content, std::string("a\0b", 3));
-  EXPECT_EQ(adapter.GetNativeParameterDocument().extension, ".xml");
+  const auto document = adapter.GetNativeParameterDocument();
+  EXPECT_EQ(std::pair(document.content, document.extension), std::pair(*script.xml, std::string(".xml")));
 }
 
 TEST_F(Parameters, BasicOnesComeFromTheCacheByKind) {

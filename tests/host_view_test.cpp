@@ -5,7 +5,6 @@
 
 #include <cstdlib>
 #include <nlohmann/json.hpp>
-#include <regex>
 #include <sstream>
 
 #include "support/program.h"
@@ -19,9 +18,7 @@ class View : public testing::Test {
  protected:
   View() : program_("--simulate view --port 0") {
     const std::string printed = program_.WaitFor("Ctrl-C");
-    std::smatch match;
-    std::regex_search(printed, match, std::regex("http://127\\.0\\.0\\.1:(\\d+)/"));
-    port_ = std::stoi(match[1]);
+    port_ = std::stoi(printed.substr(printed.rfind(':') + 1));
   }
 
   json state() {
@@ -73,11 +70,13 @@ TEST_F(View, ShowsMovingPicturesInABrowser) {
           << profile / "p"
           << " --dump-dom http://127.0.0.1:" << port_ << "/ >" << profile / "dom"
           << " 2>/dev/null";
-  ASSERT_EQ(std::system(command.str().c_str()), 0);
-  const std::string dom = readText(profile / "dom");
-  std::smatch match;
-  ASSERT_TRUE(std::regex_search(dom, match, std::regex("data-pictures=\"(\\d+)\""))) << dom;
-  EXPECT_GT(std::stoi(match[1]), 1);
+  int status = std::system(command.str().c_str());
+  if (WIFSIGNALED(status) || WEXITSTATUS(status) > 128)
+    status = std::system(command.str().c_str());  // crashed
+  ASSERT_EQ(status, 0);
+  const std::string dom = readText(profile / "dom"), mark = "data-pictures=\"";
+  ASSERT_THAT(dom, HasSubstr(mark));
+  EXPECT_GT(std::stoi(dom.substr(dom.find(mark) + mark.size())), 1);
   for (const char* const text :
        {"512 x 512 of 2048 x 2048", "adjust-ExposureTime", "adjust-Gain", "frames/s"})
     EXPECT_THAT(dom, HasSubstr(text));

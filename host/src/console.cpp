@@ -2,17 +2,35 @@
 #include "console.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <system_error>
+
+#include "exit_status.h"
 
 namespace vireo::host {
+namespace {
+
+std::size_t terminalWidth(int descriptor) {
+  if (const char* const columns = std::getenv("COLUMNS")) {
+    std::size_t width = 0;
+    std::from_chars(columns, columns + std::strlen(columns), width);
+    if (width > 0) return width;
+  }
+  winsize size{};
+  return ioctl(descriptor, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+}  // namespace
 
 void PrepareConsole() {
   signal(SIGPIPE, SIG_IGN);
@@ -23,19 +41,24 @@ void PrepareConsole() {
   ::close(descriptor);
 }
 
+void Print(std::string_view text) {
+  if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return;
+  if (errno == EPIPE) throw Failure(ExitStatus::Failed, "");  // the reader has seen enough
+  throw Failure(ExitStatus::Failed,
+                fmt::format("cannot write standard output: {}", std::generic_category().message(errno)));
+}
+
 void PrintError(std::string text) {
   std::replace(text.begin(), text.end(), '\n', ' ');
   std::fputs(("vireo-cam: " + text + '\n').c_str(), stderr);
 }
 
-std::size_t TerminalWidth(int descriptor) {
-  if (const char* const columns = std::getenv("COLUMNS")) {
-    std::size_t width = 0;
-    std::from_chars(columns, columns + std::strlen(columns), width);
-    if (width > 0) return width;
-  }
-  winsize size{};
-  return ioctl(descriptor, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+std::size_t OutputWidth() {
+  return terminalWidth(STDOUT_FILENO);
+}
+
+std::size_t ErrorWidth() {
+  return terminalWidth(STDERR_FILENO);
 }
 
 }  // namespace vireo::host

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <limits>
 
+#include "console.h"
 #include "exit_status.h"
 
 namespace vireo::host {
@@ -49,26 +50,32 @@ Json entryValues(const genicam::EnumerationNode& node) {
   return values;
 }
 
+// A node holds its type's empty value where only the camera knows it.
+template <typename T>
+Json described(const T& value) {
+  return value == T{} ? Json() : Json(value);
+}
+
 struct NodeFields {
   ParameterRow& row;
 
   void operator()(const genicam::IntegerNode& node) const {
-    row.value = node.value;
+    row.value = described(node.value);
     row.min = integerBound(node.min);
     row.max = integerBound(node.max);
     row.increment = node.inc;
     row.unit = node.unit;
   }
   void operator()(const genicam::FloatNode& node) const {
-    row.value = node.value;
+    row.value = described(node.value);
     row.min = floatBound(node.min);
     row.max = floatBound(node.max);
     row.unit = node.unit;
   }
-  void operator()(const genicam::BooleanNode& node) const { row.value = node.value; }
-  void operator()(const genicam::StringNode& node) const { row.value = node.value; }
+  void operator()(const genicam::BooleanNode& node) const { row.value = described(node.value); }
+  void operator()(const genicam::StringNode& node) const { row.value = described(node.value); }
   void operator()(const genicam::EnumerationNode& node) const {
-    row.value = node.value;
+    row.value = described(node.value);
     row.entries = node.entries;
     row.entryValues = entryValues(node);
   }
@@ -117,7 +124,7 @@ std::string csvText(const std::vector<ParameterRow>& rows) {
 std::string tableText(const std::vector<ParameterRow>& rows, bool detailed) {
   std::vector<std::string> header = {"NAME", "KIND", "ACCESS", "VALUE", "UNIT", "RANGE"};
   if (detailed) header.insert(header.end(), {"CATEGORY", "DESCRIPTION"});
-  TextTable table(std::move(header));
+  TextTable table(std::move(header), {"KIND", "UNIT", "CATEGORY", "ACCESS", "RANGE", "DESCRIPTION"});
   for (const ParameterRow& row : rows) {
     std::vector<std::string> cells = {row.name,          row.kind, row.access,
                                       textOf(row.value), row.unit, rangeText(row)};

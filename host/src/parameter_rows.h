@@ -36,6 +36,7 @@ enum class RowFormat { AsTable, AsJson, AsCsv };
 /// `parameter` as a scan of the camera gives it; `nodes`, from the camera's own document, tell what the scan
 /// does not: category, and that a feature is not available.
 ParameterRow RowOf(const common::Parameter& parameter, const genicam::NodeMap& nodes);
+/// From a description alone: a value of 0 or none is null, since only the camera may know it.
 ParameterRow RowOf(const std::string& name, const genicam::NodeVariant& node);
 
 /// The rows whose names match a pattern, which may hold * and ?, or contain it when it has neither; case does

@@ -37,7 +37,7 @@ void ProgressLine::Show(const StreamStatistics& statistics) {
       fmt::format("{}  {:.1f} frames/s  {:.1f} MB/s  lost {}  bad {}", count, statistics.FrameRate(),
                   statistics.MegabytesPerSecond(), statistics.Lost(), statistics.Faults().Bad());
   // A line that wraps could not be written over.
-  if (const std::size_t width = TerminalWidth(STDERR_FILENO)) line.resize(std::min(line.size(), width - 1));
+  if (const std::size_t width = ErrorWidth()) line.resize(std::min(line.size(), width - 1));
   std::fputs(("\r" + line + "\x1b[K").c_str(), stderr);
   shown_ = true;
 }

@@ -1,26 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "text_table.h"
 
-#include <fmt/format.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <charconv>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <numeric>
-#include <system_error>
-
-#include "exit_status.h"
 
 namespace vireo::host {
 namespace {
 
 constexpr std::string_view gap = "  ";
 constexpr std::size_t narrowest = 6;  // characters that a cut column keeps
+constexpr std::size_t readable = 10;  // below that, expendable columns make room first
 constexpr std::size_t widest = 60;    // characters of a column where no line has an end
 
 bool startsCharacter(char c) {
@@ -60,6 +48,7 @@ std::string withoutControls(std::string_view text, std::string_view kept) {
 std::string line(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths) {
   std::string text;
   for (std::size_t i = 0; i < cells.size(); ++i) {
+    if (widths[i] == 0) continue;
     const std::string cell = cut(withoutControls(cells[i], {}), widths[i]);
     text += cell;
     if (i + 1 < cells.size()) text.append(widths[i] - characters(cell) + gap.size(), ' ');
@@ -87,9 +76,21 @@ std::vector<std::size_t> TextTable::columnWidths(std::size_t width) const {
     for (std::size_t i = 0; i < row.size(); ++i)
       widths[i] = std::max(widths[i], std::min(limit, characters(row[i])));
   }
-  const std::size_t gaps = (widths.size() - 1) * gap.size();
-  while (width != 0 && std::accumulate(widths.begin(), widths.end(), gaps) > width) {
-    const auto widest = std::max_element(widths.begin(), widths.end());
+  if (width == 0) return widths;
+  const auto fits = [&](std::size_t atMost) {
+    std::size_t total = widths.front();
+    for (std::size_t i = 1; i < widths.size(); ++i) {
+      if (widths[i] != 0) total += gap.size() + std::min(widths[i], atMost);
+    }
+    return total <= width;
+  };
+  for (const std::string& title : expendable_) {
+    if (fits(readable)) break;
+    const auto column = std::find(header_.begin(), header_.end(), title);
+    if (column != header_.end()) widths[static_cast<std::size_t>(column - header_.begin())] = 0;
+  }
+  while (widths.size() > 1 && !fits(width)) {
+    const auto widest = std::max_element(widths.begin() + 1, widths.end());
     if (*widest <= narrowest) break;
     --*widest;
   }
@@ -109,16 +110,6 @@ std::string TextTable::Csv() const {
   return text;
 }
 
-std::size_t OutputWidth() {
-  if (const char* const columns = std::getenv("COLUMNS")) {
-    std::size_t width = 0;
-    std::from_chars(columns, columns + std::strlen(columns), width);
-    if (width > 0) return width;
-  }
-  winsize size{};
-  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
-}
-
 std::string CsvCell(std::string_view text) {
   const std::string shown = withoutControls(text, "\t\r\n");
   if (shown.find_first_of(",\"\r\n") == std::string::npos) return shown;
@@ -128,13 +119,6 @@ std::string CsvCell(std::string_view text) {
     quoted += c;
   }
   return quoted + '"';
-}
-
-void Print(std::string_view text) {
-  if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return;
-  if (errno == EPIPE) throw Failure(ExitStatus::Failed, "");  // the reader has seen enough
-  throw Failure(ExitStatus::Failed,
-                fmt::format("cannot write standard output: {}", std::generic_category().message(errno)));
 }
 
 }  // namespace vireo::host

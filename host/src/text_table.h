@@ -11,13 +11,15 @@ namespace vireo::host {
 /// Rows of text in aligned columns.
 class TextTable {
  public:
-  explicit TextTable(std::vector<std::string> header) : header_(std::move(header)) {}
+  /// `expendable`: titles of columns that a narrow line goes without, these first.
+  explicit TextTable(std::vector<std::string> header, std::vector<std::string> expendable = {})
+      : header_(std::move(header)), expendable_(std::move(expendable)) {}
 
   void AddRow(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
   bool Empty() const { return rows_.empty(); }
 
-  /// The table in at most `width` characters a line: the widest columns are cut. 0: as long as it
-  /// takes, but no column is wider than people read. A space stands for each control character.
+  /// The table in at most `width` characters a line: the widest columns are cut, never the first. 0: as long
+  /// as it takes, but no column is wider than people read. A space stands for each control character.
   std::string Text(std::size_t width) const;
   /// The same as comma-separated values (RFC 4180), nothing cut.
   std::string Csv() const;
@@ -26,18 +28,11 @@ class TextTable {
   std::vector<std::size_t> columnWidths(std::size_t width) const;
 
   std::vector<std::string> header_;
+  std::vector<std::string> expendable_;
   std::vector<std::vector<std::string>> rows_;
 };
 
-/// Characters of a line on standard output: the terminal's, or COLUMNS where that is set; 0 when it is no
-/// terminal.
-std::size_t OutputWidth();
-
 /// A cell of comma-separated values, quoted where it must be.
 std::string CsvCell(std::string_view text);
-
-/// Writes to standard output. Throws Failure when that does not take it (a full disk, silently a closed
-/// pipe).
-void Print(std::string_view text);
 
 }  // namespace vireo::host

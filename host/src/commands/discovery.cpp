@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "../camera.h"
+#include "../console.h"
 #include "../local_cameras.h"
 #include "../parameter_rows.h"
 #include "commands.h"

@@ -6,12 +6,12 @@
 #include <optional>
 
 #include "../camera.h"
+#include "../console.h"
 #include "../frame_saver.h"
 #include "../frame_stream.h"
 #include "../interrupt.h"
 #include "../parameter_values.h"
 #include "../progress_line.h"
-#include "../text_table.h"
 #include "commands.h"
 
 namespace vireo::host {

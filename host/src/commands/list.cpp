@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <fmt/format.h>
 
-#include <cstdio>
+#include <algorithm>
 #include <memory>
 
 #include "../camera.h"
+#include "../console.h"
 #include "../output_file.h"
 #include "../parameter_rows.h"
 #include "../parameter_values.h"
@@ -41,6 +42,11 @@ ExitStatus list(Camera& camera, const ListOptions& options) {
   const genicam::NodeMap nodes = DescribedNodes(camera);
   std::vector<ParameterRow> rows;
   for (const common::Parameter& parameter : camera.Adapter().Scan()) rows.push_back(RowOf(parameter, nodes));
+  for (const auto& [name, node] : nodes) {
+    if (getNodeType(node) == genicam::NodeType::Command) rows.push_back(RowOf(name, node));
+  }
+  std::sort(rows.begin(), rows.end(),
+            [](const auto& one, const auto& other) { return one.name < other.name; });
   return print(rows, options);
 }
 
@@ -57,7 +63,7 @@ class LeftOutRecords final : public brio::fnd::Logger {
   void Record(const std::string& text) override {
     const std::size_t message = text.find(": ");
     if (message != std::string::npos && text.find(" is left out: ") != std::string::npos)
-      fmt::print(stderr, "vireo-cam: {}\n", text.substr(message + 2));
+      PrintError(text.substr(message + 2));
   }
 };
 
@@ -77,7 +83,7 @@ ExitStatus xml(Camera& camera, const std::string& file, bool force) {
   const common::NativeDocument document = camera.Adapter().GetNativeParameterDocument();
   if (document.content.empty())
     throw Failure(ExitStatus::Failed, "the camera gives no description of itself");
-  if (file.empty()) {
+  if (file.empty() || file == "-") {
     Print(document.content);
     return ExitStatus::Done;
   }
@@ -91,8 +97,8 @@ ExitStatus xml(Camera& camera, const std::string& file, bool force) {
 
 void AddListCommands(CommandLine& line) {
   const auto listed = std::make_shared<ListOptions>();
-  CLI::App* command =
-      line.AddCommand("list", "Parameters with value, unit, bounds, entries and access", [&line, listed] {
+  CLI::App* command = line.AddCommand(
+      "list", "Parameters and commands: value, unit, bounds, entries and access", [&line, listed] {
         return WithCamera(line.camera, Use::Reading, [&](Camera& camera) { return list(camera, *listed); });
       });
   command->add_option("PATTERN", listed->patterns, "Names to show: with * and ?, or a part of the name");
@@ -111,11 +117,11 @@ void AddListCommands(CommandLine& line) {
   };
   const auto target = std::make_shared<XmlOptions>();
   command = line.AddCommand("xml", "The camera's own description", [&line, target] {
-    if (!target->file.empty()) RefuseExisting(target->file, target->force);
+    if (!target->file.empty() && target->file != "-") RefuseExisting(target->file, target->force);
     return WithCamera(line.camera, Use::Reading,
                       [&](Camera& camera) { return xml(camera, target->file, target->force); });
   });
-  command->add_option("-o,--output", target->file, "File to write instead of standard output")
+  command->add_option("-o,--output", target->file, "File to write; default: standard output")
       ->type_name("FILE");
   command->add_flag("--force", target->force, "Overwrite an existing file");
 }

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "../text_table.h"
+#include "../console.h"
 #include "commands.h"
 
 namespace vireo::host {

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "../camera.h"
+#include "../console.h"
 #include "../parameter_rows.h"
 #include "../parameter_values.h"
 #include "commands.h"

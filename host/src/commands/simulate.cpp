@@ -3,9 +3,9 @@
 
 #include <memory>
 
+#include "../console.h"
 #include "../interrupt.h"
 #include "../local_cameras.h"
-#include "../text_table.h"
 #include "commands.h"
 
 namespace vireo::host {

@@ -8,9 +8,9 @@
 #include <thread>
 #include <utility>
 
+#include "../console.h"
 #include "../frame_stream.h"
 #include "../interrupt.h"
-#include "../text_table.h"
 #include "../view/page.h"
 #include "commands.h"
 

@@ -6,11 +6,11 @@
 #include <optional>
 
 #include "../camera.h"
+#include "../console.h"
 #include "../frame_stream.h"
 #include "../interrupt.h"
 #include "../parameter_rows.h"
 #include "../progress_line.h"
-#include "../text_table.h"
 #include "commands.h"
 
 namespace vireo::host {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <system_error>
+#include <utility>
 
 #include "exit_status.h"
 #include "text_table.h"
@@ -47,7 +48,8 @@ void makeDirectory(const std::filesystem::path& directory) {
 std::set<std::string> earlierPictures(const std::filesystem::path& directory) {
   constexpr const char* pattern = "@(frame_+([0-9]).@(png|tiff|raw)|frames.tiff)";
   std::set<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator(directory, ignored)) {
     const std::string name = entry.path().filename().string();
     if (fnmatch(pattern, name.c_str(), FNM_EXTMATCH) == 0) names.insert(name);
   }
@@ -178,19 +180,25 @@ void FrameSaver::Finish() {
     commit();
   } catch (...) {
     if (!error_) error_ = std::current_exception();
-    if (stack_) saved_ = 0;
   }
   csv_.reset();
+  std::error_code ignored;
+  if (!std::filesystem::exists(options_.directory, ignored)) saved_ = 0;  // taken away with what was in it
   if (error_) std::rethrow_exception(error_);
 }
 
 void FrameSaver::commit() {
   if (saved_ == 0) return;
-  if (stack_) stack_->Commit();
+  if (stack_) {
+    const std::uint64_t pages = std::exchange(saved_, 0);  // none is safe before all are
+    stack_->Commit();
+    saved_ = pages;
+  }
   for (const auto& [index, line] : lines_) csv_->Write(line);
   csv_->Commit();
   // The rest of a longer grab is not in the list.
-  for (const std::string& name : earlier_) std::filesystem::remove(options_.directory / name);
+  std::error_code ignored;
+  for (const std::string& name : earlier_) std::filesystem::remove(options_.directory / name, ignored);
 }
 
 }  // namespace vireo::host

@@ -49,7 +49,8 @@ void RefuseExisting(const std::filesystem::path& path, bool overwrite) {
 OutputFile::OutputFile(const std::filesystem::path& path, bool overwrite)
     : path_(path), overwrite_(overwrite) {
   RefuseExisting(path, overwrite);
-  if (std::filesystem::is_symlink(path)) path_ = std::filesystem::canonical(path);  // the link stays
+  std::error_code ignored;
+  if (std::filesystem::is_symlink(path, ignored)) path_ = std::filesystem::canonical(path, ignored);
   partPath_ = path_.string() + ".part";
   descriptor_ = ::open(partPath_.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (descriptor_ < 0) fail(errno);

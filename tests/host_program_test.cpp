@@ -136,8 +136,8 @@ TEST(Grab, EndsCleanlyOnInterruptAndWhenItsDirectoryVanishes) {
   const auto result = grab.Wait();
   EXPECT_EQ(result.status, 0) << result.err;
   const auto rows = readCsv(frames / "frames.csv");
-  const auto files = std::distance(std::filesystem::directory_iterator(frames), {});
-  EXPECT_EQ(rows.size(), static_cast<std::size_t>(files));  // the header's line stands for frames.csv
+  EXPECT_EQ(std::ssize(rows),
+            std::distance(std::filesystem::directory_iterator(frames), {}));  // and a header
   for (std::size_t i = 1; i < rows.size(); ++i)
     EXPECT_EQ(std::filesystem::file_size(frames / rows[i][7]), 262144u);
 
@@ -204,10 +204,7 @@ TEST(Lists, AgreeBetweenCameraAndItsDescription) {
   }
   const auto narrow = run("--simulate list --long", "export COLUMNS=40;");
   EXPECT_THAT(narrow.out, HasSubstr("\nDeviceLinkHeartbeatTimeout  "));  // names are never cut
-  std::istringstream lines(narrow.out);
-  for (std::string line; std::getline(lines, line);) {
-    EXPECT_LE(std::count_if(line.begin(), line.end(), [](char c) { return (c & 0xc0) != 0x80; }), 40) << line;
-  }
+  EXPECT_THAT(narrow.out, Not(ContainsRegex("[^\n]{41}")));
   EXPECT_THAT(run("--simulate list --csv exposuretime").out,
               HasSubstr("ExposureTime,Float,RW,10000,us,10,10000000,,"));
 }
@@ -235,8 +232,6 @@ TEST(Mistakes, GetOneLineAndTheRightStatus) {
   const TemporaryDirectory directory;
   const std::string empty = "'" + (directory / "empty").string() + "'";
   std::ofstream(directory / "empty").flush();
-  const std::string link = "'" + (directory / "link").string() + "'";
-  std::filesystem::create_symlink("/dev/full", directory / "link");
   const std::tuple<std::string, int, const char*> rows[] = {
       {"", 2, "a command is required"},
       {"grap", 2, "there is no command 'grap'"},
@@ -254,10 +249,9 @@ TEST(Mistakes, GetOneLineAndTheRightStatus) {
       {"--simulate get AcquisitionStart", 1, "use 'vireo-cam run AcquisitionStart'"},
       {"--simulate run Width", 1, "use 'vireo-cam set Width=VALUE'"},
       {"--simulate grab -o /proc/frames", 1, "cannot make the directory /proc/frames"},
-      {"--simulate xml --force -o " + link, 1, "is no plain file"},
+      {"--simulate xml --force -o >(cat)", 1, "is no plain file"},
       {"--simulate load /nonexistent.json", 1, "cannot read /nonexistent.json: No such file"},
       {"--simulate load " + empty, 1, "is no settings file"},
-      {"describe " + empty, 1, "empty: "},
       {"--simulate --adapter /nonexistent.so info", 1, "/nonexistent.so: cannot open shared object file"},
       {"--simulate --adapter libm.so.6 info", 1, "./libm.so.6"},
       {"--simulate list > /dev/full", 1, "cannot write standard output"},

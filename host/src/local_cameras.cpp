@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The only file of the host that sees the camera library: discovery and the two simulated cameras. Cameras
-// are driven through the adapter alone.
+// The only file of the host that sees the camera library: discovery, who controls a camera, and the two
+// simulated cameras. Cameras are driven through the adapter alone.
 #include "local_cameras.h"
 
 #include <arpa/inet.h>

@@ -46,7 +46,8 @@ std::string scannedKind(const common::Parameter& parameter) {
 
 Json entryValues(const genicam::EnumerationNode& node) {
   Json values = Json::object();
-  for (const std::string& entry : node.entries) values[entry] = node.entryValues.at(entry);
+  auto& members = values.get_ref<Json::object_t&>();  // each name comes once: looking for it would take n*n
+  for (const std::string& entry : node.entries) members.emplace_back(entry, node.entryValues.at(entry));
   return values;
 }
 

@@ -38,19 +38,28 @@ bool hasWideByteOrderMark(std::string_view text) {
          text.starts_with("\0\0\xFE\xFF"sv);
 }
 
-// The first XML declaration or description element that no comment holds. A comment without an end is
-// returned itself, for the parser to complain of.
-std::size_t startOfDescription(std::string_view text) {
+// Where the first markup begins that is wanted and stands in no comment.
+template <typename Wanted>
+std::size_t findMarkup(std::string_view text, const Wanted& isWanted) {
+  bool commentsEnd = true;
   std::size_t at = text.find('<');
   while (at != std::string_view::npos) {
     const std::string_view rest = text.substr(at);
-    if (rest.starts_with("<?xml") || rest.starts_with(kOpeningTag)) return at;
-    const bool comment = rest.starts_with("<!--");
-    const std::size_t end = comment ? text.find("-->", at) : at + 1;
-    if (end == std::string_view::npos) return at;
-    at = text.find('<', end);
+    if (isWanted(rest)) break;
+    const bool comment = commentsEnd && rest.starts_with("<!--");
+    const std::size_t end = comment ? text.find("-->", at) : at;
+    commentsEnd = end != std::string_view::npos;
+    at = text.find('<', commentsEnd ? end + 1 : at + 1);
   }
   return at;
+}
+
+bool startsDescription(std::string_view text) {
+  return text.starts_with("<?xml") || text.starts_with(kOpeningTag);
+}
+
+bool endsDescription(std::string_view text) {
+  return text.starts_with(kClosingTag);
 }
 
 void refuseArchive(std::string_view text) {
@@ -64,27 +73,23 @@ void refuseArchive(std::string_view text) {
 // Some cameras put text, a comment or a byte-order mark before the XML declaration, some have no declaration.
 std::size_t startOfMarkup(std::string_view text) {
   if (hasWideByteOrderMark(text)) return 0;
-  if (const std::size_t start = startOfDescription(text); start != std::string_view::npos) return start;
+  if (const std::size_t start = findMarkup(text, startsDescription); start != std::string_view::npos)
+    return start;
   for (std::size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at + 1)) {
     if (at + 1 < text.size() && startsMarkup(text[at + 1])) return at;
   }
   fail(fmt::format("not XML: no markup in {} bytes", text.size()));
 }
 
-bool isInComment(std::string_view text, std::size_t at) {
-  const std::string_view rest = text.substr(at);
-  if (rest.find("-->") >= rest.find("<!--")) return false;  // mostly so, and soon known
-  const std::size_t comment = text.rfind("<!--", at);
-  return comment != std::string_view::npos && text.find("-->", comment) > at;
+// Erased flash or a checksum after the last tag is no part of the text; the beginning of a tag is.
+std::string_view upToLastTag(std::string_view text) {
+  const std::size_t end = text.find_last_of("<>");
+  return end == std::string_view::npos || text[end] == '<' ? text : text.substr(0, end + 1);
 }
 
-// What follows the description's end tag is no part of it: erased flash, a checksum, the rest of a longer
-// one.
-std::string_view withoutTrailer(std::string_view text) {
-  std::size_t at = text.rfind(kClosingTag);
-  while (at != std::string_view::npos && isInComment(text, at))
-    at = text.substr(0, text.rfind("<!--", at)).rfind(kClosingTag);
-  const std::size_t end = at == std::string_view::npos ? at : text.find('>', at);
+// What follows the end tag may look like markup: the rest of a longer description that was there before.
+std::string_view upToEndTag(std::string_view text) {
+  const std::size_t end = text.find('>', findMarkup(text, endsDescription));
   return end == std::string_view::npos ? text : text.substr(0, end + 1);
 }
 
@@ -162,10 +167,14 @@ pugi::xml_node readDocument(const std::string& text, pugi::xml_document& documen
   if (text.find_first_not_of(std::string_view("\0 \t\r\n", 5)) == std::string::npos) fail("empty");
   refuseArchive(text);
   const std::size_t start = startOfMarkup(text);
-  std::string_view markup = std::string_view(text).substr(start);
-  if (!hasWideByteOrderMark(markup)) markup = withoutTrailer(markup);
-  const pugi::xml_parse_result result =
-      document.load_buffer(markup.data(), markup.size(), kParseOptions, encodingOf(markup));
+  const std::string_view markup = std::string_view(text).substr(start);
+  const auto load = [&](std::string_view part) {
+    return document.load_buffer(part.data(), part.size(), kParseOptions, encodingOf(part));
+  };
+  const bool wide = hasWideByteOrderMark(markup);
+  const std::string_view tags = wide ? markup : upToLastTag(markup);
+  pugi::xml_parse_result result = load(tags);
+  if (!result && !wide && upToEndTag(tags).size() < tags.size()) result = load(upToEndTag(tags));
   const MarkupText source = {text, start, result.encoding};
   if (!result) failAt(source, static_cast<std::size_t>(result.offset), result.description());
   const pugi::xml_node root = document.document_element();

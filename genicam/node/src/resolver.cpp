@@ -85,6 +85,10 @@ bool hasIndexedLiteral(pugi::xml_node element) {
   return element.child("ValueIndexed") || element.child("ValueDefault");
 }
 
+bool hasIndexedValue(pugi::xml_node element) {
+  return hasIndexedLiteral(element) || element.child("pValueIndexed") || element.child("pValueDefault");
+}
+
 }  // namespace
 
 Resolver::Resolver(const NodeIndex& nodeIndex) : index(nodeIndex), slots(nodeIndex.size(), 0) {}
@@ -116,9 +120,7 @@ std::optional<NodeId> Resolver::target(NodeId id, Property link) {
 // A register's index finds its address instead.
 bool Resolver::isIndexed(NodeId id) {
   const Properties& said = properties(id);
-  const ElementKind kind = index[id].kind;
-  const bool linksValue = !isRegister(kind) && !isFormula(kind) && kind != ElementKind::Category;
-  return linksValue && said.has(Property::PIndex) && !said.has(Property::PValue);
+  return said.has(Property::PIndex) && !said.has(Property::PValue) && hasIndexedValue(index[id].element);
 }
 
 std::vector<NodeId> Resolver::valueTargets(NodeId id) {
@@ -269,8 +271,8 @@ void Resolver::combine(NodeId id) {
   if (answer(allowed.implementedBy) == false || answer(allowed.availableBy) == false)
     found.access = AccessMode::NotAvailable;
   const bool hasValue = index[id].kind != ElementKind::Category;
-  if (hasValue && answer(allowed.lockedBy) == true)
-    found.access = narrowed(found.access, AccessMode::ReadOnly);
+  if (hasValue && found.access != AccessMode::NotAvailable && answer(allowed.lockedBy) == true)
+    found.access = AccessMode::ReadOnly;
 }
 
 bool Resolver::isEarly(std::optional<NodeId> behind) {

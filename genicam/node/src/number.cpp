@@ -37,7 +37,7 @@ bool isHuge(std::string_view digits) {
   const bool negative = exponent.starts_with('-');
   if (exponent.starts_with('+')) exponent.remove_prefix(1);
   const std::int64_t endless = std::int64_t{negative ? -1 : 1} << 60;
-  return point - first + (exponent.empty() ? 0 : whole<std::int64_t>(exponent).value_or(endless)) > 0;
+  return point - first + (exponent.empty() ? 0 : whole<std::int32_t>(exponent).value_or(endless)) > 0;
 }
 
 std::optional<double> parseDecimal(std::string_view digits) {

@@ -91,15 +91,15 @@ bool hasIndexedValue(pugi::xml_node element) {
 
 }  // namespace
 
-Resolver::Resolver(const NodeIndex& nodeIndex) : index(nodeIndex), slots(nodeIndex.size(), 0) {}
+Resolver::Resolver(const NodeIndex& nodeIndex) : index(nodeIndex), slots(nodeIndex.size(), nullptr) {}
 
 Resolver::State& Resolver::state(NodeId id) {
-  if (slots[id] == 0) {
-    State& made = states.emplace_back(index[id].element, index, structureOf(id));
-    slots[id] = static_cast<std::uint32_t>(states.size());
-    made.behind = target(id, Property::PValue);
+  State*& slot = slots[id];
+  if (slot == nullptr) {
+    slot = &states.emplace_back(index[id].element, index, structureOf(id));
+    slot->behind = target(id, Property::PValue);
   }
-  return states[slots[id] - 1];
+  return *slot;
 }
 
 // What the struct around an entry says for all of its entries; null for any other node.

@@ -103,8 +103,8 @@ class Resolver {
   std::string_view kept(std::string text);
 
   const NodeIndex& index;
-  std::vector<std::uint32_t> slots;  ///< 1 + place in states; 0 for a node that nobody asked for
-  std::deque<State> states;          ///< grows without moving what it holds
+  std::vector<State*> slots;  ///< null for a node that nobody asked for
+  std::deque<State> states;   ///< grows without moving what it holds
   std::map<pugi::xml_node, Traits> structures;
   std::deque<std::string> texts;  ///< what the resolved nodes refer to
 };

@@ -3,6 +3,8 @@
 
 #include <fmt/format.h>
 
+#include <chrono>
+
 #include "local_cameras.h"
 
 namespace vireo::host {
@@ -29,11 +31,19 @@ Camera::Camera(const CameraOptions& options, Use use)
     : logger_(options.logLevel), plugin_(options.adapterFile), adapter_(plugin_.MakeAdapter()) {
   if (options.simulate) EnableSimulatedCamera();
   if (use == Use::Stream) logger_.CountFrameFaults();
-  if (use != Use::Reading && IsControlled(addressOf(options))) {
+  if (use != Use::Reading) awaitControl(options);
+  connect(options);
+}
+
+// A program that was killed keeps the control until the camera misses its heartbeat.
+void Camera::awaitControl(const CameraOptions& options) {
+  const std::chrono::duration<double> patience(options.timeoutSeconds);
+  const auto start = std::chrono::steady_clock::now();
+  while (IsControlled(addressOf(options))) {
+    if (std::chrono::steady_clock::now() - start < patience) continue;
     throw Failure(ExitStatus::Failed,
                   "another program controls the camera: end it ('get', 'list' and 'save' work beside it)");
   }
-  connect(options);
 }
 
 void Camera::connect(const CameraOptions& options) {

@@ -42,6 +42,7 @@ class Camera {
   Failure Explained(const std::exception& error) const;
 
  private:
+  static void awaitControl(const CameraOptions& options);
   void connect(const CameraOptions& options);
 
   std::mutex control_;

@@ -7,7 +7,6 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -16,6 +15,7 @@
 #include <system_error>
 
 #include "exit_status.h"
+#include "text_table.h"
 
 namespace vireo::host {
 namespace {
@@ -34,6 +34,7 @@ std::size_t terminalWidth(int descriptor) {
 
 void PrepareConsole() {
   signal(SIGPIPE, SIG_IGN);
+  signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error like any other
   int descriptor = 0;
   while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
     descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);  // writing fails as on the closed one
@@ -48,9 +49,8 @@ void Print(std::string_view text) {
                 fmt::format("cannot write standard output: {}", std::generic_category().message(errno)));
 }
 
-void PrintError(std::string text) {
-  std::replace(text.begin(), text.end(), '\n', ' ');
-  std::fputs(("vireo-cam: " + text + '\n').c_str(), stderr);
+void PrintError(const std::string& text) {
+  std::fputs(("vireo-cam: " + WithoutControls(text) + '\n').c_str(), stderr);
 }
 
 std::size_t OutputWidth() {

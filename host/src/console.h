@@ -17,7 +17,7 @@ void Print(std::string_view text);
 
 /// One line on standard error: "vireo-cam: " and the text. Silent where nobody can read it, as a program
 /// whose standard error is gone still does its work.
-void PrintError(std::string text);
+void PrintError(const std::string& text);
 
 /// Characters of a line of the terminal behind standard output and standard error, or COLUMNS where that is
 /// set; 0 when it is no terminal.

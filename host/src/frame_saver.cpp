@@ -46,7 +46,7 @@ void makeDirectory(const std::filesystem::path& directory) {
 
 /// The names of the pictures that an earlier grab left in the directory.
 std::set<std::string> earlierPictures(const std::filesystem::path& directory) {
-  constexpr const char* pattern = "@(frame_+([0-9]).@(png|tiff|raw)|frames.tiff)";
+  constexpr const char* pattern = "@(frame_[0-9][0-9][0-9][0-9][0-9]+([0-9]).@(png|tiff|raw)|frames.tiff)";
   std::set<std::string> names;
   std::error_code ignored;
   for (const auto& entry : std::filesystem::directory_iterator(directory, ignored)) {

@@ -35,8 +35,9 @@ std::string usageError(const CommandLine& line, const CLI::ParseError& error) {
     return fmt::format("{}: see 'vireo-cam {} --help'", error.what(), chosen.front()->get_name());
   }
   const std::vector<std::string> unknown = line.app.remaining();
-  if (!unknown.empty() && !unknown.front().starts_with('-')) {
-    return fmt::format("there is no command '{}': see 'vireo-cam --help'", unknown.front());
+  if (!unknown.empty()) {
+    const char* const kind = unknown.front().starts_with('-') ? "option" : "command";
+    return fmt::format("there is no {} '{}': see 'vireo-cam --help'", kind, unknown.front());
   }
   const bool nothingChosen = line.app.remaining_size() == 0 && error.get_name() == "RequiredError";
   return fmt::format("{}: see 'vireo-cam --help'", nothingChosen ? "a command is required" : error.what());

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -52,8 +53,14 @@ OutputFile::OutputFile(const std::filesystem::path& path, bool overwrite)
   std::error_code ignored;
   if (std::filesystem::is_symlink(path, ignored)) path_ = std::filesystem::canonical(path, ignored);
   partPath_ = path_.string() + ".part";
-  descriptor_ = ::open(partPath_.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  descriptor_ = ::open(partPath_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
   if (descriptor_ < 0) fail(errno);
+  if (::flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
+    ::close(descriptor_);
+    throw Failure(ExitStatus::Failed,
+                  fmt::format("another program is writing {}: choose another name", path_.string()));
+  }
+  if (::ftruncate(descriptor_, 0) != 0) fail(errno);
 }
 
 OutputFile::~OutputFile() {

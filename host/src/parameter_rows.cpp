@@ -163,7 +163,10 @@ ParameterRow RowOf(const common::Parameter& parameter, const genicam::NodeMap& n
   if (const auto node = nodes.find(parameter.name); node != nodes.end()) {
     row.category =
         std::visit([](const genicam::NodeHeader& header) { return header.category; }, node->second);
-    if (getAccessMode(node->second) == genicam::AccessMode::NotAvailable) row.access = "NA";
+    if (getAccessMode(node->second) == genicam::AccessMode::NotAvailable) {
+      row.access = "NA";
+      row.value = {};
+    }
     if (const auto* const enumeration = std::get_if<genicam::EnumerationNode>(&node->second))
       row.entryValues = entryValues(*enumeration);
   }

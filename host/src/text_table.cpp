@@ -28,28 +28,11 @@ std::string cut(const std::string& text, std::size_t width) {
   return text.substr(0, bytes) + "…";
 }
 
-// A space for each control character but those in `kept`: cameras' texts drive no terminal. U+0080 to U+009F
-// are two bytes each.
-std::string withoutControls(std::string_view text, std::string_view kept) {
-  std::string shown;
-  shown.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
-    const bool wide = byte == 0xc2 && next >= 0x80 && next < 0xa0;
-    const bool control =
-        wide || byte == 0x7f || (byte < 0x20 && kept.find(text[i]) == std::string_view::npos);
-    shown += control ? ' ' : text[i];
-    if (wide) ++i;
-  }
-  return shown;
-}
-
 std::string line(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths) {
   std::string text;
   for (std::size_t i = 0; i < cells.size(); ++i) {
     if (widths[i] == 0) continue;
-    const std::string cell = cut(withoutControls(cells[i], {}), widths[i]);
+    const std::string cell = cut(WithoutControls(cells[i], {}), widths[i]);
     text += cell;
     if (i + 1 < cells.size()) text.append(widths[i] - characters(cell) + gap.size(), ' ');
   }
@@ -67,6 +50,22 @@ std::string csvLine(const std::vector<std::string>& cells) {
 }
 
 }  // namespace
+
+// U+0080 to U+009F are control characters too, of two bytes each.
+std::string WithoutControls(std::string_view text, std::string_view kept) {
+  std::string shown;
+  shown.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
+    const bool wide = byte == 0xc2 && next >= 0x80 && next < 0xa0;
+    const bool control =
+        wide || byte == 0x7f || (byte < 0x20 && kept.find(text[i]) == std::string_view::npos);
+    shown += control ? ' ' : text[i];
+    if (wide) ++i;
+  }
+  return shown;
+}
 
 std::vector<std::size_t> TextTable::columnWidths(std::size_t width) const {
   const std::size_t limit = width == 0 ? widest : width;
@@ -111,7 +110,7 @@ std::string TextTable::Csv() const {
 }
 
 std::string CsvCell(std::string_view text) {
-  const std::string shown = withoutControls(text, "\t\r\n");
+  const std::string shown = WithoutControls(text, "\t\r\n");
   if (shown.find_first_of(",\"\r\n") == std::string::npos) return shown;
   std::string quoted = "\"";
   for (const char c : shown) {

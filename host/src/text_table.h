@@ -32,6 +32,9 @@ class TextTable {
   std::vector<std::vector<std::string>> rows_;
 };
 
+/// A space for each control character but those in `kept`: cameras' texts drive no terminal.
+std::string WithoutControls(std::string_view text, std::string_view kept = {});
+
 /// A cell of comma-separated values, quoted where it must be.
 std::string CsvCell(std::string_view text);
 

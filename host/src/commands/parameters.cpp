@@ -9,6 +9,7 @@
 #include "../console.h"
 #include "../parameter_rows.h"
 #include "../parameter_values.h"
+#include "../text_table.h"
 #include "commands.h"
 
 namespace vireo::host {
@@ -22,15 +23,23 @@ Failure notAParameter(Camera& camera, const std::string& name) {
   return Failure(ExitStatus::Failed, fmt::format("{0} is a command: use 'vireo-cam run {0}'", name));
 }
 
+void requireAvailable(const genicam::NodeMap& nodes, const std::string& name) {
+  const auto node = nodes.find(name);
+  if (node == nodes.end() || getAccessMode(node->second) != genicam::AccessMode::NotAvailable) return;
+  throw Failure(ExitStatus::Failed, fmt::format("{} is not available on this camera", name));
+}
+
 ExitStatus get(Camera& camera, const std::vector<std::string>& names, bool json) {
+  const genicam::NodeMap nodes = DescribedNodes(camera);
   for (const std::string& name : names) {
     if (!camera.Catalogue().contains(name)) throw notAParameter(camera, name);
+    requireAvailable(nodes, name);
   }
   Json values = Json::object();
   std::string text;
   for (const Parameter& parameter : camera.Adapter().Read(names)) {
     values[parameter.name] = ValueToJson(parameter);
-    text += fmt::format("{}={}\n", parameter.name, parameter.GetValueAsString());
+    text += fmt::format("{}={}\n", parameter.name, WithoutControls(parameter.GetValueAsString()));
   }
   Print(json ? JsonText(values) : text);
   return ExitStatus::Done;
@@ -41,10 +50,7 @@ Parameter parseAssignment(Camera& camera, const genicam::NodeMap& nodes, const s
   const std::string name = assignment.substr(0, equals);
   const auto like = camera.Catalogue().find(name);
   if (like == camera.Catalogue().end()) throw notAParameter(camera, name);
-  const auto node = nodes.find(name);
-  if (node != nodes.end() && getAccessMode(node->second) == genicam::AccessMode::NotAvailable) {
-    throw Failure(ExitStatus::Failed, fmt::format("{} is not available on this camera", name));
-  }
+  requireAvailable(nodes, name);
   return ParseValue(like->second, assignment.substr(equals + 1));
 }
 
@@ -119,7 +125,8 @@ std::string readBack(Camera& camera, const Parameter& wanted, const ParametersBy
   const std::string unit = now->second.metadata->unit.empty() ? "" : " " + now->second.metadata->unit;
   const std::string note =
       SameValue(current, wanted) ? "" : fmt::format(" (asked for {})", wanted.GetValueAsString());
-  return fmt::format("{}={}{}{}\n", wanted.name, current.GetValueAsString(), unit, note);
+  const std::string text = fmt::format("{}={}{}{}", wanted.name, current.GetValueAsString(), unit, note);
+  return WithoutControls(text) + '\n';
 }
 
 /// What the camera has now, against the last value that it was asked for.

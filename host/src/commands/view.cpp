@@ -28,6 +28,12 @@ class PageServer {
   PageServer(LiveView& view, int port) : view_(view) {
     server_.set_payload_max_length(largestRequest);
     server_.set_read_timeout(readTimeout);
+    server_.set_keep_alive_timeout(readTimeout.count());  // the end waits for idle browsers
+    // The library's own choice lets two programs share a port.
+    server_.set_socket_options([](int socket) {
+      const int yes = 1;
+      setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    });
     port_ = port == 0 ? server_.bind_to_any_port(host) : (server_.bind_to_port(host, port) ? port : -1);
     if (port_ < 0) {
       throw Failure(

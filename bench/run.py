@@ -3,9 +3,12 @@
 """Runs the benchmarks and writes their figures, each beside its yardstick, as a Markdown page.
 
 usage: run.py BIN_DIR PAGE [REPETITIONS]
+
+The page ends with notes.md, which says what the figures mean.
 """
 
 import json
+import pathlib
 import platform
 import re
 import statistics
@@ -183,12 +186,7 @@ def main():
         "## Measured alone", "",
         *single_rows(results), "",
     ]
-    notes = f"{page}.notes"
-    try:
-        with open(notes) as extra:
-            lines.append(extra.read())
-    except FileNotFoundError:
-        pass
+    lines.append(pathlib.Path(__file__).with_name("notes.md").read_text())
     with open(page, "w") as out:
         out.write("\n".join(lines))
     print("\n".join(lines))

@@ -9,7 +9,7 @@ namespace {
 constexpr std::string_view gap = "  ";
 constexpr std::size_t narrowest = 6;  // characters that a cut column keeps
 constexpr std::size_t readable = 10;  // below that, expendable columns make room first
-constexpr std::size_t widest = 60;    // characters of a column where no line has an end
+constexpr std::size_t uncut = 60;     // characters of a column where no line has an end
 
 bool startsCharacter(char c) {
   return (static_cast<unsigned char>(c) & 0xc0) != 0x80;  // not a UTF-8 continuation byte
@@ -68,7 +68,7 @@ std::string WithoutControls(std::string_view text, std::string_view kept) {
 }
 
 std::vector<std::size_t> TextTable::columnWidths(std::size_t width) const {
-  const std::size_t limit = width == 0 ? widest : width;
+  const std::size_t limit = width == 0 ? uncut : width;
   std::vector<std::size_t> widths;
   for (const std::string& title : header_) widths.push_back(characters(title));
   for (const auto& row : rows_) {

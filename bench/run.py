@@ -46,8 +46,9 @@ def run(program, repetitions):
         with open(out.name) as results:
             text = results.read()
     found = {}
-    order = lambda result: (result["family_index"], result["per_family_instance_index"])
-    for result in sorted(json.loads(text)["benchmarks"], key=order):  # they ran in random order
+    benchmarks = json.loads(text)["benchmarks"]
+    benchmarks.sort(key=lambda result: (result["family_index"], result["per_family_instance_index"]))  # ran at random
+    for result in benchmarks:
         if result["run_type"] == "iteration" and not result.get("error_occurred"):
             found.setdefault(result["run_name"], []).append(result)
     return found
@@ -173,8 +174,7 @@ def main():
         f"`./dev bench` on {date.today()}: {processor()}, {cores} cores, {platform.system()} "
         f"{platform.release()}. Medians of {repetitions} repetitions, over loopback more, in random order, subject "
         "and yardstick interleaved in one run; wall time. Spread: how far the middle half of the yardstick's "
-        "repetitions lies "
-        "apart.", "",
+        "repetitions lies apart.", "",
         "## Beside their yardsticks", "",
         "The yardstick of logging is an empty loop, or `fmt::format` of the same text; of receiving, reading, "
         "writing, scanning and connecting, the same Aravis calls in a bare loop; of parsing, `arv_gc_new` on the "

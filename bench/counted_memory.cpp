@@ -3,7 +3,7 @@
 
 #include <malloc.h>
 
-#include <atomic>
+#include <algorithm>
 #include <cerrno>
 
 extern "C" {
@@ -16,17 +16,19 @@ void __libc_free(void* block);
 
 namespace {
 
-std::atomic<std::size_t> held;
-std::atomic<std::size_t> most;
+bool counting = false;
+std::ptrdiff_t held = 0;  // less than nothing where a block from before was freed
+std::ptrdiff_t most = 0;
 
 void* counted(void* block) {
-  const std::size_t now = held += malloc_usable_size(block);
-  if (now > most) most = now;
+  if (!counting) return block;
+  held += static_cast<std::ptrdiff_t>(malloc_usable_size(block));
+  most = std::max(most, held);
   return block;
 }
 
 void uncount(void* block) {
-  held -= malloc_usable_size(block);
+  if (counting) held -= static_cast<std::ptrdiff_t>(malloc_usable_size(block));
 }
 
 }  // namespace
@@ -42,9 +44,9 @@ void* calloc(std::size_t count, std::size_t size) {
 }
 
 void* realloc(void* block, std::size_t size) {
-  const std::size_t before = malloc_usable_size(block);
+  const auto before = static_cast<std::ptrdiff_t>(malloc_usable_size(block));
   void* const moved = __libc_realloc(block, size);
-  if (moved != nullptr || size == 0) held -= before;
+  if (counting && (moved != nullptr || size == 0)) held -= before;
   return counted(moved);
 }
 
@@ -67,14 +69,10 @@ void free(void* block) {
 }
 }
 
-std::size_t heapBytes() {
-  return held;
-}
-
-std::size_t heapPeak() {
-  return most;
-}
-
-void restartHeapPeak() {
-  most = held.load();
+std::size_t heapPeakOf(const std::function<void()>& work) {
+  held = most = 0;
+  counting = true;
+  work();
+  counting = false;
+  return static_cast<std::size_t>(most);
 }

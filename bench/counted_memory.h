@@ -2,11 +2,9 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 
-/// Bytes that the whole process holds in its heap now, as the allocator rounded them. Counted while the
-/// benchmark's own malloc stands before the C library's.
-std::size_t heapBytes();
-
-/// The most that it held since the last call of restartHeapPeak.
-std::size_t heapPeak();
-void restartHeapPeak();
+/// The most bytes, as the allocator rounded them, that `work` held in the heap at a time beyond what was
+/// there before. The benchmark's own malloc stands before the C library's and counts during this call alone,
+/// so that no time is spent on counting otherwise. One thread.
+std::size_t heapPeakOf(const std::function<void()>& work);

@@ -3,7 +3,7 @@
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
 
-#include "brio/fnd/log.h"
+#include "brio/fnd/record.h"
 
 namespace {
 

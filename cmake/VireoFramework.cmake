@@ -12,7 +12,6 @@ endfunction()
 vireo_import_framework_library(brioFndDefs brioFndDefs)
 vireo_import_framework_library(vireo_com vireo_com)
 vireo_import_framework_library(vireo_genicam vireo_genicam)
-target_link_libraries(brioFndDefs INTERFACE fmt::fmt Boost::headers)
 target_link_libraries(vireo_com INTERFACE brioFndDefs)
 target_link_libraries(vireo_genicam INTERFACE vireo_com)
 # The accessors in the framework's headers log under the same path as in a build of the whole.

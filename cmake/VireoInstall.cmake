@@ -8,7 +8,8 @@ set(CMAKE_INSTALL_RPATH "$ORIGIN")
 file(RELATIVE_PATH librariesFromPrograms "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
 set(VIREO_PROGRAM_RPATH "$ORIGIN/${librariesFromPrograms}")
 
-# vireo_install_library(TARGET HEADERS): a shared library and the folder that its public headers lie in.
+# vireo_install_library(TARGET HEADERS): a library, shared or of headers alone, and the folder that its public
+# headers lie in.
 function(vireo_install_library target headers)
   if(NOT VIREO_FRAMEWORK_DIR)
     set(export EXPORT vireo_genicam-targets)

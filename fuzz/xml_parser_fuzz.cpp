@@ -5,9 +5,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "brio/fnd/log.h"
+#include "brio/fnd/record.h"
+#include "vireo/genicam/feature_details.h"
 #include "vireo/genicam/pixel_format.h"
-#include "vireo/genicam/xml_parser.h"
 
 namespace {
 
@@ -36,16 +36,16 @@ void requireShown(const std::string& text) {
       require(at < text.size() && (text[at] & 0xC0) == 0x80);
       point = point << 6 | (text[at++] & 0x3F);
     }
-    constexpr std::uint32_t kLeast[] = {0, 0x80, 0x800, 0x10000};
-    require(point >= kLeast[more] && point < 0x110000 && (point < 0xD800 || point > 0xDFFF));
-    require(point >= 0x20 ? point < 0x7F || point > 0x9F : point == '\t' || point == '\n');
+    constexpr std::uint32_t least[] = {0, 0x80, 0x800, 0x10000};
+    require(point >= least[more] && point < 0x110000 && (point < 0xD800 || point > 0xDFFF));
+    require(point >= 0x20 ? point < 0x80 || point > 0x9F : point == '\t' || point == '\n');
   }
 }
 
 void requireName(const std::string& name) {
-  constexpr const char* kBlanks = " \t\n\v\f\r";
-  require(!name.empty() && std::string(kBlanks).find(name.front()) == std::string::npos &&
-          std::string(kBlanks).find(name.back()) == std::string::npos);
+  constexpr const char* blanks = " \t\n\v\f\r";
+  require(!name.empty() && std::string(blanks).find(name.front()) == std::string::npos &&
+          std::string(blanks).find(name.back()) == std::string::npos);
   requireShown(name);
 }
 
@@ -75,7 +75,7 @@ struct Check {
   void operator()(const NodeHeader&) const {}
 };
 
-void check(const std::string& name, const NodeVariant& node) {
+void check(const std::string& name, const NodeVariant& node, const FeatureDetails& details) {
   requireName(name);
   require(nodeToParameter(node).GetName() == name);
   std::visit(
@@ -85,6 +85,8 @@ void check(const std::string& name, const NodeVariant& node) {
       },
       node);
   std::visit(Check(), node);
+  requireShown(details.representation);
+  for (const std::string& selected : details.selected) requireShown(selected);
 }
 
 }  // namespace
@@ -93,8 +95,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static Discarding logger;
   brio::fnd::SetLogger(&logger);
   try {
-    const NodeMap nodes = XmlParser::parse(std::string(data, data + size));
-    for (const auto& [name, node] : nodes) check(name, node);
+    const DetailedFeatures features = parseWithDetails(std::string(data, data + size));
+    for (const auto& [name, node] : features.nodes) check(name, node, features.details.at(name));
   } catch (const std::runtime_error&) {
   }
   return 0;

@@ -44,16 +44,18 @@ TEST_F(Connect, ReportsEachStepInOrder) {
   EXPECT_TRUE(adapter.IsConnected() && adapter.CheckConnection().ok);
   EXPECT_TRUE(catalogue.contains("ActionDeviceKey"));  // write-only, not read
   EXPECT_EQ(script.count("get_integer ActionDeviceKey"), 0u);
+  EXPECT_EQ(script.count("set_integer TLParamsLocked"), 1u);
   for (const char* name : {"AcquisitionStart", "Root"}) EXPECT_FALSE(catalogue.contains(name));
   EXPECT_EQ(catalogue.at("Width").GetValueAsString(), "512");
 
   const auto records = logger.take();
   EXPECT_EQ(records[0], "Connect|20|GenICamAdapter: connecting to 'Fake_1'");
-  EXPECT_THAT(records[1],
-              MatchesRegex("loadNodeMapFromDevice.20.GenICamAdapter: parsed [0-9]+ nodes from device XML"));
+  EXPECT_THAT(
+      records[1],
+      MatchesRegex("loadNodeMapFromDevice.20.GenICamAdapter: parsed [1-9][0-9]* nodes from device XML"));
   EXPECT_THAT(records, Contains("Connect|10|GenICamAdapter: param 'Width' (camera-native)"));
   EXPECT_THAT(records.back(),
-              MatchesRegex("Connect.20.GenICamAdapter: connected, [0-9]+ nodes, payload=262144 bytes"));
+              MatchesRegex("Connect.20.GenICamAdapter: connected, [1-9][0-9]* nodes, payload=262144 bytes"));
 }
 
 TEST_F(Connect, TestsTheTimeoutAfterAnAttemptAndKeepsTheLastReportedError) {
@@ -65,10 +67,12 @@ TEST_F(Connect, TestsTheTimeoutAfterAnAttemptAndKeepsTheLastReportedError) {
     adapter.Initialise({" ", seconds});
     EXPECT_EQ(errorOf([&] { adapter.Connect(); }), "GenICamAdapter: connection timeout" + reported);
     EXPECT_EQ(script.takeCalls().size(), attempts.size());
-    EXPECT_EQ(logger.count("GenICamAdapter: connecting to '(auto)'"), 1u);
-    EXPECT_EQ(logger.count("GenICamAdapter: device '(auto)' not found, retrying..."), attempts.size() - 1);
     EXPECT_FALSE(adapter.IsConnected());
-    logger.take();
+    const auto records = logger.take();
+    EXPECT_EQ(records.front(), "Connect|20|GenICamAdapter: connecting to '(auto)'");
+    EXPECT_EQ(std::vector(records.begin() + 1, records.end()),
+              std::vector(attempts.size() - 1,
+                          std::string("Connect|10|GenICamAdapter: device '(auto)' not found, retrying...")));
   }
 }
 
@@ -142,6 +146,7 @@ TEST(Disconnect, AndStopGoThroughTheInterfaceAndKeepEverythingWhenTheHostRefuses
   adapter.refuseStop = false;
   adapter.Disconnect();
   EXPECT_FALSE(adapter.IsConnected());
+  EXPECT_EQ(adapter.GetBasicParams().widthParam, "");
 }
 
 namespace {

@@ -133,14 +133,16 @@ TEST_F(Parameters, OfAnUnusableTypeAreSentAsTheDefaultWithARecord) {
 
 TEST_F(Parameters, OutOfRangeForAnIntegerFeatureAreRefusedBeforeAnythingIsSent) {
   const double infinity = std::numeric_limits<double>::infinity();
-  for (const double value : {2147483648.0, -2147483649.0, infinity, std::nan("")}) {
+  for (const double value : {0x1p63, -0x1p63 - 2048.0, infinity, -infinity, std::nan("")}) {
     EXPECT_EQ(writeError("Width", value),
               "Parameter 'Width' value out of range: " + makeParameter("", value).GetValueAsString());
   }
   EXPECT_THAT(script.takeCalls(), IsEmpty());
-  script.fail("set_integer Width", "");
-  EXPECT_EQ(writeError("Width", 2147483647.9), "nothing thrown");
-  EXPECT_EQ(adapter.GetBasicParams().width, 2147483647u);
+  for (const double value : {2147483648.9, -0x1p63, 0x1p63 - 1024.0, 4294967299.0}) {
+    script.fail("set_integer Width", "");
+    EXPECT_EQ(writeError("Width", value), "nothing thrown") << value;
+  }
+  EXPECT_EQ(adapter.GetBasicParams().width, 3u);  // the low 32 bits of what was sent
 }
 
 TEST_F(Parameters, InABatchStopAtTheFirstFailureAndGoThroughTheInterface) {
@@ -197,6 +199,7 @@ TEST_F(Parameters, BasicOnesComeFromTheCacheByKind) {
   adapter.Write(makeParameter("PixelFormat", std::string("Mono16")));
   EXPECT_EQ(adapter.GetBasicParams().frameSize, 2048u * 2048u * 2u);
   EXPECT_EQ(adapter.GetBasicParams().binningHorizontalParam, "BinningHorizontal");
+  EXPECT_EQ(adapter.GetBasicParams().binningVerticalParam, "BinningVertical");
 
   script.xml =
       R"(<RegisterDescription><Category Name="Root"><pFeature>Width</pFeature><pFeature>Height</pFeature>

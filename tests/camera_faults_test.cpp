@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 
+#include "simulator/model/registers.h"
 #include "support/network_camera.h"
 #include "support/receive_loop.h"
 #include "support/recording_logger.h"
@@ -17,6 +18,7 @@ using std::chrono::seconds;
 using std::chrono::steady_clock;
 using namespace testing;
 using vireo::common::FrameInfo;
+namespace reg = vireo::simulator::reg;
 
 namespace {
 
@@ -24,8 +26,9 @@ class CameraFaults : public Test {
  protected:
   CameraFaults() { plugIn(); }
 
-  void plugIn() {
-    camera.emplace();
+  void plugIn(const vireo::simulator::GigeOptions& options = {}) {
+    camera.reset();
+    camera.emplace(options);
     useCamera(NetworkCamera::address);
   }
   void connectAndReceive() {
@@ -132,15 +135,15 @@ TEST_F(CameraFaults, ControlTakenAway) {
     camera->takeControlAway();
     receiveUntilLost();
     took("StopAcquisition", [&] { adapter->StopAcquisition(); });
-    EXPECT_THAT(logger.take(), Not(Contains(StartsWith("StopAcquisition|30"))));  // it still answers
+    EXPECT_THAT(logger.take(), Contains(AllOf(StartsWith("StopAcquisition|30"), HasSubstr("access-denied"))));
     disconnect();
   });
 }
 
 TEST_F(CameraFaults, PacketLoss) {
   // A dozen packets a frame, so that some frames come through at every ratio.
-  camera->setRegister(ARV_FAKE_CAMERA_REGISTER_WIDTH, 128);
-  camera->setRegister(ARV_FAKE_CAMERA_REGISTER_HEIGHT, 128);
+  camera->setRegister(reg::width, 128);
+  camera->setRegister(reg::height, 128);
   repeatWithoutGrowth(rounds(3, 9), [&](int round) {
     const double ratio = std::array{0.2, 0.01, 0.05}[static_cast<std::size_t>(round % 3)];
     connectAndReceive();
@@ -162,31 +165,64 @@ TEST_F(CameraFaults, PacketLoss) {
   });
 }
 
+TEST_F(CameraFaults, LostPacketsAreSentAgain) {
+  vireo::simulator::GigeOptions options;
+  options.firstBlock = 65450;  // of 16 bits: they wrap
+  options.resendMemory = 2 << 20;
+  plugIn(options);
+  // A frame of 46 packets fits into a socket's buffer: nothing is lost but by script.
+  camera->setRegister(reg::width, 256);
+  camera->setRegister(reg::height, 256);
+  connectAndReceive();
+  for (const char* const script : {"packet 1% lost", "packet 5% lost; packet 5% duplicate",
+                                   "packet 20% lost; packet 5% reordered; packet 5% late 3"}) {
+    SCOPED_TRACE(script);
+    camera->script(script);
+    const std::uint64_t resent = camera->wire().PacketsResent();
+    const std::uint64_t first = info.frameId;
+    EXPECT_EQ(receive(*adapter, memory, info, 50, 70), 50);
+    EXPECT_EQ(info.frameId, (first + 50 - 1) % 65535 + 1);
+    EXPECT_GT(camera->wire().PacketsResent(), resent);
+  }
+}
+
+TEST_F(CameraFaults, EveryAnswerComesLate) {
+  // Everything in between is thousands of commands, each 400 ms late.
+  adapter->Connect();
+  camera->script("command 1- late 400");
+  adapter->Write(makeParameter("ExposureTime", 5000.0));
+  EXPECT_EQ(adapter->Read("ExposureTime").GetValue<float>(), 5000.0F);
+  took("StopAcquisition", [&] { adapter->StopAcquisition(); });
+  camera->script("command 1- pending 700");
+  adapter->Write(makeParameter("ExposureTime", 6000.0));
+  EXPECT_EQ(adapter->Read("ExposureTime").GetValue<float>(), 6000.0F);
+  EXPECT_TRUE(adapter->CheckConnection().ok);
+}
+
+constexpr std::uint32_t mono8 = ARV_PIXEL_FORMAT_MONO_8;
+constexpr struct {
+  const char* change;
+  std::uint64_t where;
+  std::uint32_t value;
+  std::uint32_t before;
+} changes[] = {
+    {"larger than the host's memory", reg::height, 2048, 512},
+    {"smaller", reg::width, 64, 512},
+    {"larger", reg::width, 640, 512},
+    {"two bytes a pixel", reg::pixelFormat, ARV_PIXEL_FORMAT_MONO_16, mono8},
+    {"three bytes a pixel", reg::pixelFormat, ARV_PIXEL_FORMAT_RGB_8_PACKED, mono8},
+};
+
 TEST_F(CameraFaults, SettingsChangedByAnotherClient) {
-  // The simulated camera itself is not up to this and complains of it through GLib.
-  const auto complaints = g_log_set_default_handler([](auto...) {}, nullptr);
   constexpr std::size_t spanSize = 640 * 512;
-  constexpr std::uint32_t mono8 = ARV_PIXEL_FORMAT_MONO_8;
-  const struct {
-    const char* change;
-    std::uint32_t where;
-    std::uint32_t value;
-    std::uint32_t before;
-  } rows[] = {
-      {"smaller", ARV_FAKE_CAMERA_REGISTER_WIDTH, 64, 512},
-      {"larger", ARV_FAKE_CAMERA_REGISTER_WIDTH, 640, 512},
-      {"larger than the host's memory", ARV_FAKE_CAMERA_REGISTER_HEIGHT, 2048, 512},
-      {"two bytes a pixel", ARV_FAKE_CAMERA_REGISTER_PIXEL_FORMAT, ARV_PIXEL_FORMAT_MONO_16, mono8},
-      {"three bytes a pixel", ARV_FAKE_CAMERA_REGISTER_PIXEL_FORMAT, ARV_PIXEL_FORMAT_RGB_8_PACKED, mono8},
-  };
   const auto receiveGuarded = [&] {
     std::vector<std::uint8_t> guarded(spanSize + 4096, 0xEE);
     const int got = receive(*adapter, std::span(guarded).first(spanSize), info, 20, 20);
     EXPECT_EQ(std::count(guarded.begin() + spanSize, guarded.end(), 0xEE), 4096);
     return got;
   };
-  repeatWithoutGrowth(std::ssize(rows) * 2, [&](int round) {
-    const auto& row = rows[(round - 1) / 2];
+  repeatWithoutGrowth(std::ssize(changes) * 2, [&](int round) {
+    const auto& row = changes[(round - 1) / 2];
     const bool during = round % 2 == 1;
     SCOPED_TRACE(row.change);
     connectAndReceive();
@@ -209,5 +245,4 @@ TEST_F(CameraFaults, SettingsChangedByAnotherClient) {
     adapter->Disconnect();
     camera->setRegister(row.where, row.before);
   });
-  g_log_set_default_handler(complaints, nullptr);
 }

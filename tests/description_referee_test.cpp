@@ -17,9 +17,9 @@ namespace {
 using namespace vireo::genicam;
 namespace fs = std::filesystem;
 
-constexpr const char* kKinds[] = {"Integer",     "Float",   "Boolean", "String",
-                                  "Enumeration", "Command", "Category"};
-constexpr const char* kAccess[] = {"RO", "WO", "RW", "NA"};
+constexpr const char* kindsByName[] = {"Integer",     "Float",   "Boolean", "String",
+                                       "Enumeration", "Command", "Category"};
+constexpr const char* accessNames[] = {"RO", "WO", "RW", "NA"};
 
 struct Facts {
   std::string kind;
@@ -28,7 +28,7 @@ struct Facts {
 };
 
 Facts ours(const NodeVariant& node) {
-  Facts facts = {kKinds[node.index()], kAccess[static_cast<int>(getAccessMode(node))], {}};
+  Facts facts = {kindsByName[node.index()], accessNames[static_cast<int>(getAccessMode(node))], {}};
   if (const auto* const enumeration = std::get_if<EnumerationNode>(&node)) {
     for (const std::string& entry : enumeration->entries)
       facts.entries += fmt::format("{}={} ", entry, enumeration->entryValues.at(entry));
@@ -73,24 +73,34 @@ bool offered(ArvGcNode* node) {
 
 /// The mode without conditions.
 std::string modeOf(ArvGcNode* node) {
-  return kAccess[arv_gc_feature_node_get_actual_access_mode(ARV_GC_FEATURE_NODE(node))];
+  return accessNames[arv_gc_feature_node_get_actual_access_mode(ARV_GC_FEATURE_NODE(node))];
 }
 
-enum class Octal { AsAravis, AsDecimal };
+std::int64_t asDecimal(ArvGcNode* entry) {
+  const std::string digits = text(entry, "Value");
+  const bool isOctal = digits.starts_with('0') && digits.find_first_of("xX") == std::string::npos;
+  return isOctal ? std::stoll(digits, nullptr, 10)
+                 : arv_gc_enum_entry_get_value(ARV_GC_ENUM_ENTRY(entry), nullptr);
+}
 
-std::string entriesOf(ArvGcNode* node, Octal octal) {
+/// The entries of an enumeration that `take` takes, with the values that `value` gives them.
+std::string entriesOf(ArvGcNode* node, const std::function<std::int64_t(ArvGcNode*)>& value,
+                      const std::function<bool(ArvGcNode*)>& take) {
   std::string entries;
   for (const GSList* at = arv_gc_enumeration_get_entries(ARV_GC_ENUMERATION(node)); at; at = at->next) {
-    auto* const entry = ARV_GC_ENUM_ENTRY(at->data);
-    std::int64_t value = arv_gc_enum_entry_get_value(entry, nullptr);
-    const std::string digits = text(ARV_GC_NODE(entry), "Value");
-    if (octal == Octal::AsDecimal && digits.starts_with('0') &&
-        digits.find_first_of("xX") == std::string::npos)
-      value = std::stoll(digits, nullptr, 10);
-    entries = fmt::format("{}={} ", arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(entry)), value) +
-              entries;  // the list is in reverse
+    auto* const entry = ARV_GC_NODE(at->data);
+    if (!take(entry)) continue;
+    const char* const name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(entry));
+    entries = fmt::format("{}={} ", name, value(entry)) + entries;  // the list is in reverse
   }
   return entries;
+}
+
+std::string entriesOf(ArvGcNode* node) {
+  const auto value = [](ArvGcNode* entry) {
+    return arv_gc_enum_entry_get_value(ARV_GC_ENUM_ENTRY(entry), nullptr);
+  };
+  return entriesOf(node, value, [](ArvGcNode*) { return true; });
 }
 
 Facts theirs(ArvGcNode* node) {
@@ -103,7 +113,7 @@ Facts theirs(ArvGcNode* node) {
   if (ARV_IS_GC_STRING(node)) facts.kind = "String";
   for (const char* const kind : {"Boolean", "Enumeration", "Command", "Category"})
     if (elementOf(node) == kind) facts.kind = kind;
-  if (ARV_IS_GC_ENUMERATION(node)) facts.entries = entriesOf(node, Octal::AsAravis);
+  if (ARV_IS_GC_ENUMERATION(node)) facts.entries = entriesOf(node);
   return facts;
 }
 
@@ -145,8 +155,14 @@ const char* reasonFor(std::string Facts::*aspect, ArvGcNode* node, const Facts& 
     return text(link, "ImposedAccessMode") == our.access || text(link, "AccessMode") == our.access;
   };
   const auto hidden = [](ArvGcNode* link) { return !offered(link); };
-  if (aspect == &Facts::entries && our.entries == entriesOf(node, Octal::AsDecimal))
+  if (aspect == &Facts::entries && our.entries == entriesOf(node, asDecimal, [](ArvGcNode*) { return true; }))
     return "Aravis reads an entry's 018 as octal";
+  const auto isOurs = [&](ArvGcNode* entry) {
+    const char* const name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(entry));
+    return (' ' + our.entries).find(fmt::format(" {}=", name)) != std::string::npos || offered(entry);
+  };
+  if (aspect == &Facts::entries && our.entries == entriesOf(node, asDecimal, isOurs))
+    return "Aravis lists entries that a constant says can never be";
   if (aspect != &Facts::access) return nullptr;
   if (element == "Category" && our.access == "RW" && their.access == "RO")
     return "a category is not locked: writing one is refused for its kind";
@@ -164,6 +180,24 @@ const char* reasonFor(std::string Facts::*aspect, ArvGcNode* node, const Facts& 
 }
 
 using Totals = std::map<std::string, int>;
+
+/// Of the collection that this parser was written with: a change that a reason explains away is a change
+/// still.
+const Totals knownFormats = {
+    {"Aravis finds nothing to read behind a command and makes it read-only", 6},
+    {"Aravis leaves out the conditions of the nodes behind pValue", 1},
+    {"Aravis leaves out what the nodes behind pValue allow", 46},
+    {"Aravis lists entries that a constant says can never be", 11},
+    {"Aravis reads an entry's 018 as octal", 1},
+    {"a Register holds bytes without a type: no parameter", 14},
+    {"a category is not locked: writing one is refused for its kind", 428},
+    {"access equal", 3834},
+    {"entries equal", 1236},
+    {"features", 4349},
+    {"files", 20},
+    {"kinds equal", 4335},
+    {"only a camera can answer the condition; without one Aravis takes its registers for zero", 20},
+};
 
 void judge(const std::string& where, ArvGcNode* node, const Facts& our, const Facts& their, Totals& totals) {
   constexpr std::pair<const char*, std::string Facts::*> aspects[] = {
@@ -201,11 +235,14 @@ void compare(const std::string& file, const std::string& xml, Totals& totals) {
 TEST(DescriptionReferee, AgreesOnEveryRealDescription) {
   const std::string folder = VIREO_CAMERA_DESCRIPTIONS;
   if (folder.empty()) GTEST_SKIP() << "VIREO_CAMERA_DESCRIPTIONS is not set";
-  ASSERT_TRUE(fs::is_directory(folder)) << "VIREO_CAMERA_DESCRIPTIONS is no folder: " << folder;
+  ASSERT_TRUE(fs::is_directory(folder)) << "VIREO_CAMERA_DESCRIPTIONS is not a folder: " << folder;
   Totals totals;
   for (const fs::path& file : filesIn(folder, ".xml")) compare(file.filename(), readText(file), totals);
   EXPECT_GT(totals["features"], 0) << "no description in " << folder;
   for (const auto& [what, count] : totals) std::cout << fmt::format("{:6} {}\n", count, what);
+  if (totals["features"] == knownFormats.at("features")) {
+    EXPECT_EQ(totals, knownFormats);
+  }
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <regex>
 #include <thread>
 
+#include "brio/fnd/datatype_names.h"
 #include "brio/fnd/iso_time.h"
 #include "support/recording_logger.h"
 #include "vireo/common/adapter_base.h"

@@ -6,36 +6,17 @@
 
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <sstream>
+#include <utility>
 
 #include "support/program.h"
+#include "support/simulated_network_camera.h"
 
 namespace {
 
 using nlohmann::json;
 using namespace testing;
-
-/// A GigE Vision camera in a process of its own, as `vireo-cam simulate` makes it. Only one runs on a
-/// computer, so it waits for others to end.
-class SimulatedNetworkCamera {
- public:
-  explicit SimulatedNetworkCamera(const std::string& options = "") {
-    for (int attempt = 0; program_ == nullptr; ++attempt) {
-      program_ = std::make_unique<Program>("simulate " + options);
-      try {
-        program_->WaitFor("ready");
-      } catch (const std::runtime_error& error) {
-        if (attempt == 60 || std::string(error.what()).find("another camera") == std::string::npos) throw;
-        program_.reset();
-        std::this_thread::sleep_for(std::chrono::milliseconds(500));
-      }
-    }
-  }
-  Program& Process() { return *program_; }
-
- private:
-  std::unique_ptr<Program> program_;
-};
 
 const std::string network = "--address 127.0.0.1 ";
 
@@ -76,7 +57,32 @@ std::vector<std::vector<std::uint16_t>> readTiffLines(const std::filesystem::pat
 }
 
 void waitForFile(const std::filesystem::path& path) {
-  while (!std::filesystem::exists(path)) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  waitUntil(path.string(), [&] { return std::filesystem::exists(path); });
+}
+
+/// What the program shows on a terminal, which `script` gives it.
+std::string shownOnTerminal(const std::string& arguments) {
+  const TemporaryDirectory directory;
+  const std::string command = "COLUMNS=200 script -qec '\"" VIREO_CAM "\" " + arguments + "' '" +
+                              (directory / "shown").string() + "' >/dev/null </dev/null";
+  if (std::system(command.c_str()) == -1) throw std::runtime_error("cannot start script");
+  return readText(directory / "shown");
+}
+
+/// A mistake must be answered with one line on standard error, and a status that tells its kind.
+struct Mistake {
+  std::string arguments;
+  int status;
+  const char* text;
+};
+
+void expectOneLine(const Mistake& mistake) {
+  SCOPED_TRACE(mistake.arguments);
+  const auto result = run(mistake.arguments);
+  EXPECT_EQ(result.status, mistake.status);
+  EXPECT_THAT(result.out, IsEmpty());
+  EXPECT_THAT(result.err, AllOf(StartsWith("vireo-cam: "), HasSubstr(mistake.text)));
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1);
 }
 
 TEST(Grab, SavesTheSimulatedCamerasPictures) {
@@ -121,10 +127,86 @@ TEST(Grab, StacksDeepPicturesAndKeepsThemWhenTheDiskIsFull) {
     ASSERT_EQ(rows.size(), pages + 1);
     for (std::size_t i = 0; i < pages; ++i) {
       const std::uint64_t id = std::stoull(rows[i + 1][0]);
-      EXPECT_EQ(lines[i][0], id * 256 % 65535);
-      EXPECT_EQ(lines[i][255], (255 + id) * 256 % 65535);
+      EXPECT_EQ(lines[i][0], id * 256 % 65536);
+      EXPECT_EQ(lines[i][255], (255 + id) * 256 % 65536);
     }
   }
+}
+
+TEST(Grab, ListsEveryWholePictureWhenItIsKilled) {
+  const SimulatedNetworkCamera camera("--rate 100");
+  const TemporaryDirectory directory;
+  Program grab(network + "grab -n 0 -o '" + (directory / "f").string() + "'");
+  waitForFile(directory / "f" / "frame_000020.png");
+  grab.Signal(SIGKILL);
+  grab.Wait();
+  std::set<std::string> listed;
+  std::uint64_t arrival = 0;
+  const auto rows = readCsv(directory / "f" / "frames.csv");
+  EXPECT_THAT(rows[0], ElementsAre("frame_id", "timestamp_ns", "exposure_us", "width", "height",
+                                   "pixel_format", "bytes", "file", "page", "arrival_ns"));
+  for (std::size_t i = 1; i < rows.size(); ++i) {
+    EXPECT_EQ(std::stoull(rows[i][0]), std::stoull(rows[1][0]) + i - 1);
+    EXPECT_LT(std::exchange(arrival, std::stoull(rows[i][9])), std::stoull(rows[i][9]));
+    listed.insert(rows[i][7]);
+  }
+  std::size_t pictures = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(directory / "f")) {
+    if (entry.path().extension() != ".png") continue;
+    ++pictures;
+    EXPECT_TRUE(listed.contains(entry.path().filename())) << entry.path();
+  }
+  EXPECT_GE(pictures, 20u);
+  EXPECT_LE(listed.size() - pictures, 1u);  // listed, but it had not got its name yet
+
+  ASSERT_EQ(run(network + "set PixelFormat=Mono16").status, 0);
+  Program stack(network + "grab -n 0 --stack -o '" + (directory / "s").string() + "'");
+  waitUntil("pages", [&] { return readCsv(directory / "s" / "frames.csv").size() > 5; });
+  stack.Signal(SIGKILL);
+  stack.Wait();
+  const auto pages = readCsv(directory / "s" / "frames.csv");
+  const auto lines = readTiffLines(directory / "s" / "frames.tiff.part");
+  EXPECT_THAT(lines.size(), AllOf(Ge(pages.size() - 2), Le(pages.size() - 1)));
+  EXPECT_EQ(pages[5][8], "5");
+  EXPECT_EQ(lines[4][0], std::stoull(pages[5][0]) * 256 % 65536);
+}
+
+/// A line of the documentation that runs a program, as it stands there.
+std::string documentedLine(const std::string& part) {
+  std::istringstream lines(readText(VIREO_DOCUMENTATION "/vireo-cam.md"));
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("$ ") && line.find(part) != std::string::npos) return line.substr(2);
+  }
+  throw std::runtime_error("the documentation has no line with " + part);
+}
+
+TEST(Grab, FeedsOtherProgramsAsTheDocumentationSays) {
+  const SimulatedNetworkCamera camera;
+  const struct {
+    const char* program;
+    const char* needs;
+    const char* look;  // at what it made
+    const char* result;
+  } rows[] = {
+      {"| ffmpeg", "command -v ffmpeg",
+       "; ffprobe -v error -count_frames -of csv=p=0 -show_entries stream=width,height,nb_read_frames "
+       "film.mp4",
+       "^512,512,50\n"},
+      {"numpy", "python3 -c 'import numpy'", "", "^.50, 512, 512. 12[67]"},
+  };
+  const std::string path = "PATH=/usr/bin:$PATH; ";  // the system's interpreter has the system's packages
+  for (const auto& row : rows) {
+    if (std::system((path + row.needs + " >/dev/null 2>&1").c_str()) != 0) continue;
+    const TemporaryDirectory directory;
+    const std::string file = (directory / "script").string();
+    std::ofstream(file) << path << "set -e; cd '" << (directory / "").string()
+                        << "'; vireo-cam() { '" VIREO_CAM << "' \"$@\"; }; (" << documentedLine(row.program)
+                        << row.look << ") >out 2>err\n";
+    EXPECT_EQ(std::system(("bash '" + file + "'").c_str()), 0) << readText(directory / "err");
+    EXPECT_THAT(readText(directory / "out"), ContainsRegex(row.result));
+    EXPECT_THAT(readText(directory / "err"), HasSubstr("50 frames written: "));
+  }
+  EXPECT_EQ(run("--simulate grab -n 2 -o -").out.size(), 524288u);
 }
 
 TEST(Grab, EndsCleanlyOnInterruptAndWhenItsDirectoryVanishes) {
@@ -141,12 +223,59 @@ TEST(Grab, EndsCleanlyOnInterruptAndWhenItsDirectoryVanishes) {
   for (std::size_t i = 1; i < rows.size(); ++i)
     EXPECT_EQ(std::filesystem::file_size(frames / rows[i][7]), 262144u);
 
+  const SimulatedNetworkCamera camera;
+  ASSERT_EQ(run(network + "set TriggerMode=On").status, 0);
+  Program idle(network + "grab -n 0 -o '" + (directory / "new" / "deep").string() + "'");
+  waitForFile(directory / "new" / "deep");
+  idle.Signal(SIGINT);
+  EXPECT_EQ(idle.Wait().status, 0);
+  EXPECT_FALSE(std::filesystem::exists(directory / "new"));
+
   Program doomed("--simulate grab -n 0 --stack -o '" + (directory / "gone").string() + "'");
   waitForFile(directory / "gone" / "frames.tiff.part");
   std::filesystem::rename(directory / "gone", directory / "elsewhere");
   const auto failed = doomed.Wait();
   EXPECT_EQ(failed.status, 1);
   EXPECT_THAT(failed.err, HasSubstr("No such file or directory; nothing is saved"));
+}
+
+TEST(Grab, SavesWholeFramesOnlyAndTellsWhatIsMissing) {
+  const SimulatedNetworkCamera camera("--rate 100 --faults 'packet 1% short'");
+  const TemporaryDirectory directory;
+  const std::string grab = network + "grab -n 5 --force -o '" + (directory / "f").string() + "'";
+  const auto result = run(grab);
+  EXPECT_EQ(result.status, 5);
+  EXPECT_THAT(result.out, StartsWith("5 frames in "));
+  EXPECT_THAT(result.err, ContainsRegex("there: [0-9]+ lost, [0-9]+ bad .--allow-lost accepts that"));
+  const auto rows = readCsv(directory / "f" / "frames.csv");
+  ASSERT_EQ(rows.size(), 6u);
+  for (std::size_t i = 1; i < rows.size(); ++i)
+    EXPECT_EQ(readPng(directory / "f" / rows[i][7]).size(), 262144u);
+  EXPECT_EQ(run(grab + " --allow-lost").status, 0);
+
+  Program early(network + "watch --seconds 100 --allow-lost");
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+  early.Signal(SIGINT);
+  const auto ended = early.Wait();
+  EXPECT_EQ(ended.status, 5);
+  EXPECT_THAT(ended.err, EndsWith("not all frames are there: it ended early\n"));
+}
+
+TEST(Watch, SaysOnATerminalThatNoGoodFrameComes) {
+  const struct {
+    const char* camera;
+    const char* settings;
+    const char* text;
+  } rows[] = {
+      {"--faults 'packet 1- short'", "GevSCPSPacketSize=1400",
+       "no good frame for 1 s, but [0-9]+ bad: packets of 1400 bytes, MTU [0-9]+  lost 0  bad "},
+      {"", "TriggerMode=On", "0 frames  no frame for 1 s  lost 0  bad 0"},
+  };
+  for (const auto& row : rows) {
+    const SimulatedNetworkCamera camera(row.camera);
+    ASSERT_EQ(run(network + "set " + row.settings).status, 0);
+    EXPECT_THAT(shownOnTerminal(network + "watch --seconds 2.5"), ContainsRegex(row.text));
+  }
 }
 
 TEST(Settings, SurviveSaveChangeAndLoad) {
@@ -173,7 +302,7 @@ TEST(Settings, SurviveSaveChangeAndLoad) {
   // OffsetX comes before Width in the file, but only fits after it.
   EXPECT_EQ(run(network + "load " + file).status, 0);
   EXPECT_THAT(run(network + "diff " + file).out, IsEmpty());
-  EXPECT_EQ(run(network + "get OffsetX DeviceUserID").out, "OffsetX=1000\nDeviceUserID=Täst 1\n");
+  EXPECT_EQ(run(network + "get OffsetX").out, "OffsetX=1000\n");
 
   // A batch stops where it fails and says how far it came; bounds count at the time of each write.
   const auto partly = run(network + "set OffsetX=0 Width=2048 Height=4096 Gain=1");
@@ -181,6 +310,157 @@ TEST(Settings, SurviveSaveChangeAndLoad) {
   EXPECT_THAT(partly.err,
               HasSubstr("Height takes 8 to 2048 px, not 4096; done: OffsetX, Width; not done: Height, Gain"));
   EXPECT_EQ(run(network + "get Width Gain").out, "Width=2048\nGain=0\n");
+}
+
+/// A camera of plain memory with settings of every difficult kind.
+const std::string difficultCamera = "--description '" VIREO_TEST_DATA "/host/settings.xml'";
+
+json settingsIn(const std::string& text) {
+  return json::parse(text).at("settings");
+}
+
+TEST(Settings, AreKeptForEveryValueOfTheirSelectors) {
+  const SimulatedNetworkCamera camera(difficultCamera);
+  const TemporaryDirectory directory;
+  const std::string file = "'" + (directory / "s.json").string() + "'";
+  ASSERT_EQ(run(network + "set Bank=B Level=-7 Bank=A Level=5 Ratio=0.1 Mode=One Label=ok Mask=7").status, 0);
+  const auto saved = run(network + "save " + file);
+  EXPECT_EQ(settingsIn(readText(directory / "s.json")),
+            json::parse(R"({"Bank": "A", "Label": "ok", "LabelBits": 27503, "Level[Bank=A]": 5,
+                            "Level[Bank=B]": -7, "Mask": 7, "Mode": "One", "Ratio": 0.1,
+                            "RatioBits": 1036831949})"));
+  EXPECT_THAT(saved.err, HasSubstr("note: Bank cannot be C, so what that selects is left out: "));
+  EXPECT_EQ(run(network + "get Bank Level").out, "Bank=A\nLevel=5\n");  // where they were
+
+  ASSERT_EQ(run(network + "set Level=1 Bank=B Level=2 Mask=8").status, 0);
+  const json differences = json::parse(run(network + "diff --json " + file).out);
+  ASSERT_EQ(differences.size(), 4u);
+  EXPECT_EQ(differences.at(2), json::parse(R"({"name": "Level[Bank=A]", "file": "5", "camera": "1",
+                                               "reason": ""})"));
+  EXPECT_EQ(json::parse(run(network + "load --json - < " + file).out).at("asInFile"), 9);
+  EXPECT_EQ(run(network + "diff " + file).out, "");
+  EXPECT_EQ(run(network + "get Bank Level").out, "Bank=A\nLevel=5\n");
+}
+
+TEST(Settings, OfTheOldFormatMeanTheSelectorsOfTheirFile) {
+  const SimulatedNetworkCamera camera(difficultCamera);
+  const TemporaryDirectory directory;
+  const std::string before = "'" + (directory / "old.json").string() + "'";
+  const std::string now = "'" + (directory / "new.json").string() + "'";
+  std::ofstream(directory / "old.json")
+      << R"({"format": "vireo-cam settings 1", "settings": {"Level": 9, "Bank": "B", "Mask": -2,
+             "DeviceUserID": "mine"}})";
+  const auto loaded = run(network + "load " + before);
+  EXPECT_EQ(loaded.out, "3 of 3 settings are as in the file\n");
+  EXPECT_THAT(loaded.err, HasSubstr("left alone, as they make a camera that one: DeviceUserID; --identity"));
+  EXPECT_EQ(run(network + "get bank level mask").out, "Bank=B\nLevel=9\nMask=4294967294\n");
+  ASSERT_EQ(run(network + "save --identity " + now).status, 0);
+  const auto same = run("diff " + before + " - < " + now);
+  EXPECT_THAT(same.out,
+              AllOf(HasSubstr("only in the second"), Not(HasSubstr("Level")), Not(HasSubstr("Mask"))));
+  EXPECT_EQ(run(network + "set Level=8").status, 0);
+  ASSERT_EQ(run(network + "save --force " + now).status, 0);
+  EXPECT_THAT(run("diff " + before + " " + now).out, ContainsRegex("\nLevel +9 +8\n"));
+  EXPECT_EQ(run(network + "load --identity " + before).status, 0);
+  EXPECT_EQ(run(network + "get DeviceUserID").out, "DeviceUserID=mine\n");
+}
+
+TEST(Settings, ThatNoFileCanHoldAreToldAndLeftOut) {
+  const SimulatedNetworkCamera camera(difficultCamera);
+  ASSERT_EQ(run(network + "set RatioBits=0x7f800000 LabelBits=0xff Ticks=5000000000").status, 0);
+  const auto saved = run(network + "save -");
+  const json settings = settingsIn(saved.out);
+  const std::pair<const char*, const char*> rows[] = {
+      {"Ratio", "its value is inf"},
+      {"Mode", "its register holds none of its entries"},
+      {"Label", "its text is not UTF-8"},
+      {"Ticks", "only the low 32 bits of its value are known"},
+  };
+  for (const auto& [name, reason] : rows) {
+    EXPECT_FALSE(settings.contains(name));
+    EXPECT_THAT(saved.err, HasSubstr(std::string("vireo-cam: note: ") + name + " is left out: " + reason));
+  }
+  EXPECT_EQ(settings.at("RatioBits"), 2139095040);
+  for (const char* const identity : {"DeviceUserID", "Server", "Hardware"})
+    EXPECT_FALSE(settings.contains(identity)) << identity;
+}
+
+TEST(Settings, OfABusyCameraAreThoseOfItsSelectorsNow) {
+  const SimulatedNetworkCamera camera(difficultCamera);
+  ASSERT_EQ(run(network + "set Bank=B Level=3").status, 0);
+  Program holder(network + "view --port 0");
+  holder.WaitFor("http");
+  const auto saved = run(network + "save -");
+  EXPECT_EQ(settingsIn(saved.out).at("Level[Bank=B]"), 3);
+  EXPECT_FALSE(settingsIn(saved.out).contains("Level[Bank=A]"));
+  EXPECT_THAT(saved.err, HasSubstr("note: another program controls the camera: settings are kept for the"));
+  EXPECT_EQ(json::parse(run(network + "info --json").out).at("Control"),
+            "busy: a program on 127.0.0.1 has it");
+  EXPECT_THAT(run("--timeout 0 " + network + "set Level=1").err,
+              HasSubstr("another program on 127.0.0.1 controls the camera: end it"));
+}
+
+TEST(Integers, AreWholeOrSayWhatIsKnown) {
+  const SimulatedNetworkCamera camera(difficultCamera);
+  const std::pair<const char*, const char*> rows[] = {
+      {"Mask=0xffffffff", "Mask=4294967295\n"},
+      {"Ticks=5000000000", "Ticks=705032704 (low 32 bits)\n"},
+      {"Ticks=9007199254740992", "Ticks=0 (low 32 bits)\n"},
+      {"Level=-3", "Level=-3\n"},
+      {"Server=192.168.0.7", "Server=192.168.0.7\n"},
+      {"Server=3232235777", "Server=192.168.1.1\n"},
+      {"Hardware=00:11:22:aa:bb:cc", "Hardware=?\?:?\?:22:aa:bb:cc (low 32 bits)\n"},
+      {"Ratio=0.1", "Ratio=0.1\n"},
+  };
+  for (const auto& [assignment, now] : rows) EXPECT_EQ(run(network + "set " + assignment).out, now);
+  ASSERT_EQ(run(network + "set Ticks=5000000000").status, 0);
+  EXPECT_EQ(json::parse(run(network + "get --json Ticks Mask").out),
+            json::parse(R"({"Ticks": {"low32Bits": 705032704}, "Mask": 4294967295})"));
+  const json row = json::parse(run(network + "list --json Ticks").out).at(0);
+  EXPECT_EQ(row.at("low32Bits"), 705032704);
+  EXPECT_TRUE(row.at("value").is_null());
+  for (const char* const wrong : {"Mask=-1", "Mask=4294967296", "Ticks=9007199254740993", "Server=1.2.3"})
+    EXPECT_EQ(run(network + "set " + wrong).status, 1) << wrong;
+}
+
+TEST(Lists, ShowAllOfOneParameterAndNoFigureThatWasNotRead) {
+  const SimulatedNetworkCamera camera(difficultCamera);
+  EXPECT_EQ(run(network + "list --long bank").out,
+            "Name            Bank\nKind            Enumeration\nAccess          RW\nValue           A\n"
+            "Range           A B C\nVisibility      Guru\nCategory        Root\nSelects         Level\n"
+            "Description     Bank that Level speaks of.\n");
+  EXPECT_THAT(run(network + "list --long Level").out, HasSubstr("\nSelected by     Bank\n"));
+  const json missing = json::parse(run(network + "list --json Missing").out).at(0);
+  EXPECT_TRUE(missing.at("value").is_null());
+  EXPECT_THAT(missing.at("failure"), HasSubstr("Missing"));
+  const auto some = run(network + "get 'l*' Nothing ratio Missing");
+  EXPECT_EQ(some.status, 1);
+  EXPECT_EQ(some.out, "Label=\nLabelBits=0\nLevel=0\nRatio=0\n");
+  EXPECT_THAT(some.err, AllOf(HasSubstr("has no 'Nothing'"), HasSubstr("Read integer 'Missing'")));
+}
+
+TEST(Simulate, ServesAnybodysDescription) {
+  const TemporaryDirectory directory;
+  const std::string registers =
+      "<Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort><Endianess>LittleEndian</Endianess>";
+  std::ofstream(directory / "other.xml")
+      << "<RegisterDescription ModelName='O' VendorName='O' SchemaMajorVersion='1' SchemaMinorVersion='1'>"
+         "<Category Name='Root'><pFeature>Far</pFeature><pFeature>Level</pFeature></Category>"
+         "<IntReg Name='Far'><Address>0xF0F00104</Address>"
+      << registers << "</IntReg><FloatReg Name='Level'><Address>0x2a002</Address>" << registers
+      << "</FloatReg><Port Name='Device'/></RegisterDescription>";
+  const SimulatedNetworkCamera camera("--description '" + (directory / "other.xml").string() + "'");
+  EXPECT_EQ(run(network + "get Far Level").out, "Far=0\nLevel=0\n");
+  EXPECT_EQ(run(network + "set Far=77 Level=0.5").status, 0);
+  EXPECT_EQ(run(network + "get Far Level").out, "Far=77\nLevel=0.5\n");
+  EXPECT_EQ(run(network + "grab -n 1 -o '" + (directory / "f").string() + "'").status, 1);
+}
+
+TEST(Log, HasWhatTheCameraLibrarySays) {
+  const SimulatedNetworkCamera camera("--description '" VIREO_TEST_DATA "/text_before_declaration.xml'");
+  const std::string said = "Start tag expected, '<' not found";
+  expectOneLine({"--timeout 0 " + network + "info", 3, said.c_str()});
+  EXPECT_THAT(run("--log error --timeout 0 " + network + "info").err, HasSubstr(": camera library: " + said));
 }
 
 TEST(Lists, AgreeBetweenCameraAndItsDescription) {
@@ -207,20 +487,71 @@ TEST(Lists, AgreeBetweenCameraAndItsDescription) {
   EXPECT_THAT(narrow.out, Not(ContainsRegex("[^\n]{41}")));
   EXPECT_THAT(run("--simulate list --csv exposuretime").out,
               HasSubstr("ExposureTime,Float,RW,10000,us,10,10000000,,"));
+  EXPECT_THAT(run("describe '" VIREO_TEST_DATA "/broken_features.xml'").err,
+              ContainsRegex("^vireo-cam: feature '[^']*' is left out: "));
+}
+
+TEST(Watch, StopsTheAcquisitionBeforeItDisconnects) {
+  const std::string records = run("--simulate --log trace watch --seconds 0.2").err;
+  EXPECT_LT(records.find(":StopAcquisition:"), records.rfind(":Disconnect:"));
+}
+
+TEST(Watch, PrintsAnObjectASecond) {
+  const auto watched = run("--simulate watch --seconds 2.5 --json --lines");
+  std::istringstream lines(watched.out);
+  std::vector<json> objects;
+  for (std::string line; std::getline(lines, line);) objects.push_back(json::parse(line));
+  ASSERT_EQ(objects.size(), 3u);
+  EXPECT_EQ(objects[1]["second"], 2);
+  EXPECT_NEAR(objects[1]["frames_per_second"].get<double>(), 25.0, 3.0);
+  EXPECT_GT(objects[1]["frames"], objects[0]["frames"]);
+  EXPECT_GT(objects[2]["summary"]["frames"], objects[1]["frames"]);
+}
+
+TEST(Bench, RestoresTheRateWhenASignalEndsIt) {
+  const SimulatedNetworkCamera camera;
+  const auto rateIs = [](const std::string& rate) {
+    return [rate] {
+      std::this_thread::sleep_for(
+          std::chrono::milliseconds(700));  // bench connects, which reading would disturb
+      return run(network + "get AcquisitionFrameRate").out == "AcquisitionFrameRate=" + rate + "\n";
+    };
+  };
+  for (const int signal : {SIGTERM, SIGHUP, SIGQUIT, SIGKILL}) {
+    Program bench(network + "bench --seconds 100");
+    waitUntil("the higher rate", rateIs("1000"), std::chrono::seconds(10));
+    bench.Signal(signal);
+    bench.Wait();
+    waitUntil("the rate of before", rateIs("25"), std::chrono::seconds(10));
+  }
+}
+
+// Its tenth frame is the last, and not a packet of it is missing.
+TEST(Watch, DoesNotKeepTheRateOfAStreamThatStopped) {
+  const SimulatedNetworkCamera camera("--faults 'packet 1821- lost; resend 1- lost'");
+  const auto watched = run(network + "watch --seconds 3 --json");
+  EXPECT_EQ(watched.status, 5);
+  EXPECT_THAT(watched.err, ContainsRegex("not all frames are there: none came in the last 2\\.[0-9] s"));
+  const json summary = json::parse(watched.out);
+  EXPECT_EQ(summary["frames"], 10);
+  EXPECT_LT(summary["frames_per_second"], 5.0);
+  EXPECT_GT(summary["longest_gap_seconds"], 2.0);
+  EXPECT_EQ(run(network + "bench --keep-rate --seconds 2").status, 5);
 }
 
 TEST(Watch, SeesBadFramesAndALostLink) {
-  SimulatedNetworkCamera camera("--lost 2");
+  SimulatedNetworkCamera camera("--lost 2 --faults 'resend 1- lost'");
   const auto watched = run(network + "watch --seconds 3 --json");
-  ASSERT_EQ(watched.status, 0) << watched.err;
+  EXPECT_EQ(watched.status, 5);
+  EXPECT_THAT(watched.err, ContainsRegex("not all frames are there: [0-9]+ lost, [0-9]+ bad"));
   const json summary = json::parse(watched.out);
-  EXPECT_GT(summary["bad"]["missing packets"], 0);
+  EXPECT_GT(summary["bad"]["time-out"], 0);
   EXPECT_GT(summary["lost"], 0);
   EXPECT_GT(summary["frames"], 10);
 
   Program watch(network + "watch --json --patience 0");
   std::this_thread::sleep_for(std::chrono::seconds(1));
-  EXPECT_THAT(run(network + "info").err, HasSubstr("another program controls the camera"));
+  EXPECT_THAT(run(network + "info").out, HasSubstr("busy: a program on 127.0.0.1 has it"));
   camera.Process().Signal(SIGKILL);
   const auto lost = watch.Wait();
   EXPECT_EQ(lost.status, 4);
@@ -228,43 +559,99 @@ TEST(Watch, SeesBadFramesAndALostLink) {
   EXPECT_GT(json::parse(lost.out)["frames"], 0);
 }
 
-TEST(Mistakes, GetOneLineAndTheRightStatus) {
+TEST(Mistakes, InTheCommandLineAndInFilesGetOneLine) {
   const TemporaryDirectory directory;
   const std::string empty = "'" + (directory / "empty").string() + "'";
   std::ofstream(directory / "empty").flush();
-  const std::tuple<std::string, int, const char*> rows[] = {
+  const Mistake rows[] = {
       {"", 2, "a command is required"},
       {"grap", 2, "there is no command 'grap'"},
       {"grab -n x", 2, "takes a whole number from 0 to 1000000000, not 'x': see 'vireo-cam grab --help'"},
+      {"grab -n 1.5", 2, "takes a whole number from 0 to 1000000000, not '1.5'"},
+      {"grab -f jpg", 2, "takes one of png, tiff, raw, not 'jpg'"},
+      {"grab --stack -f raw", 2, "--stack makes a TIFF file: leave --format raw out"},
       {"watch --seconds nan", 2, "takes a number from 0 to 1000000000, not 'nan'"},
-      {"set --simulate Width", 2, "'Width' is not NAME=VALUE"},
       {"--timeout 0 --address Fake_9 info", 3, "no camera at 'Fake_9' within 0 s"},
+      {"--simulate grab -o /proc/frames", 1, "cannot make the directory /proc/frames"},
+      {"--simulate xml --force -o >(cat)", 1, "is not a plain file"},
+      {"--simulate load /nonexistent.json", 1, "cannot read /nonexistent.json: No such file"},
+      {"--simulate load /dev/full", 1, "cannot read /dev/full: it is a device"},
+      {"load --help > /dev/full", 1, "cannot write standard output"},
+      {"--address '' info", 2, "takes a camera, not nothing"},
+      {"--simulate --address 127.0.0.1 info", 2, "excludes"},
+      {"--simulate load " + empty, 1, "is not a settings file"},
+      {"--simulate --adapter /nonexistent.so info", 1, "/nonexistent.so: cannot open shared object file"},
+      {"--simulate --adapter libm.so.6 info", 1, "./libm.so.6"},
+      {"--simulate list > /dev/full", 1, "cannot write standard output"},
+      {"simulate --interface 192.0.2.1", 1, "no camera can run on 192.0.2.1"},
+  };
+  for (const Mistake& row : rows) expectOneLine(row);
+}
+
+TEST(Mistakes, InNamesAndValuesGetOneLine) {
+  const Mistake rows[] = {
+      {"set --simulate Width", 2, "'Width' is not NAME=VALUE"},
       {"--simulate get ExposureTme", 1, "the camera has no 'ExposureTme': did you mean ExposureTime?"},
-      {"--simulate set Width=wide", 1, "Width takes a whole number of at most 32 bits, or 0x..., not 'wide'"},
+      {"--simulate set Width=wide", 1, "Width takes a whole number of at most 53 bits, or 0x..., not 'wide'"},
+      {"--simulate set Width=512abc", 1, "Width takes a whole number of at most 53 bits, or 0x..."},
+      {"--simulate set GevSCPD=4294967296", 1, "GevSCPD takes 0 to 4294967295 tck, not 4294967296"},
+      {"--simulate set GevSCPSPacketSize=-4", 1, "GevSCPSPacketSize takes 220 to 16380 B, not -4"},
       {"--simulate set Width=4096", 1, "Width takes 8 to 2048 px, not 4096"},
       {"--simulate set Width=1001", 1, "Width goes in steps of 8 from 8: 1000 or 1008, not 1001"},
       {"--simulate set PixelFormat=mono8", 1, "PixelFormat has no entry 'mono8', it has: Mono8 Mono16"},
       {"--simulate set SensorWidth=1", 1, "SensorWidth is read-only"},
       {"--simulate set TriggerDelay=1", 1, "TriggerDelay is not available"},
       {"--simulate get AcquisitionStart", 1, "use 'vireo-cam run AcquisitionStart'"},
-      {"--simulate run Width", 1, "use 'vireo-cam set Width=VALUE'"},
-      {"--simulate grab -o /proc/frames", 1, "cannot make the directory /proc/frames"},
-      {"--simulate xml --force -o >(cat)", 1, "is no plain file"},
-      {"--simulate load /nonexistent.json", 1, "cannot read /nonexistent.json: No such file"},
-      {"--simulate load " + empty, 1, "is no settings file"},
-      {"--simulate --adapter /nonexistent.so info", 1, "/nonexistent.so: cannot open shared object file"},
-      {"--simulate --adapter libm.so.6 info", 1, "./libm.so.6"},
-      {"--simulate list > /dev/full", 1, "cannot write standard output"},
+      {"--simulate run Width", 1, "Width is not a command: use 'vireo-cam set Width=VALUE'"},
       {"simulate --interface 192.0.2.1", 1, "no camera can run on 192.0.2.1"},
+      {"simulate --faults 'packet 3 lots'", 1, "the fault 'packet 3 lots' cannot be read: 'lots' is not a"},
+      {"simulate --size 5x5", 2, "the camera cannot be 5x5 pixels large: 8 to 2048, in steps of 8"},
+      {"simulate --description /nonexistent.xml", 1, "/nonexistent.xml cannot be read, or is empty"},
       {"--simulate list '[W]idth'", 1, "no parameter matches '[W]idth'"},
   };
-  for (const auto& [arguments, status, text] : rows) {
-    SCOPED_TRACE(arguments);
-    const auto result = run(arguments);
-    EXPECT_EQ(result.status, status);
-    EXPECT_THAT(result.out, IsEmpty());
-    EXPECT_THAT(result.err, AllOf(StartsWith("vireo-cam: "), HasSubstr(text)));
-    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1);
+  for (const Mistake& row : rows) expectOneLine(row);
+}
+
+TEST(Set, ReadsBackTheLastOfEachName) {
+  EXPECT_EQ(run("--simulate set Width=0x200 GevSCPD=7 GevSCPD=0xffffffff OffsetX=0X10 Width=64").out,
+            "GevSCPD=4294967295 tck\nOffsetX=16 px\nWidth=64 px\n");
+  EXPECT_EQ(json::parse(run("--simulate set --json ExposureTime=100.5").out),
+            json::parse(R"([{"name": "ExposureTime", "value": 100.0, "asked": 100.5, "unit": "us",
+                             "asWritten": false}])"));
+}
+
+TEST(Completion, OffersFilesFeaturesCamerasAndValues) {
+  const SimulatedNetworkCamera camera;
+  const TemporaryDirectory directory;
+  ASSERT_EQ(std::system(("cd '" + (directory / "").string() +
+                         "' && '" VIREO_CAM "' manual completion >completion && touch some.json")
+                            .c_str()),
+            0);
+  const struct {
+    const char* words;  // as the shell splits them; the last one is completed
+    const char* offered;
+  } rows[] = {
+      {"gra", "grab"},
+      {"grab --all", "--allow-lost"},
+      {"grab -f ti", "tiff"},
+      {"grab -f = r", "raw"},
+      {"load some", "some.json"},
+      {"-s get Exposure", "ExposureMode ExposureTime"},
+      {"-s set PixelF", "PixelFormat="},
+      {"-s set PixelFormat = Mono", "Mono8 Mono16"},
+      {"-s set PixelFormat =", "Mono8 Mono16 RGB8 BayerGR8 BayerRG8 BayerGB8 BayerBG8"},
+      {"-s run Trigger", "TriggerSoftware"},
+      {"help be", "bench"},
+      {"--address 127", "127.0.0.1"},
+      {"--address 127.0.0.1 get Exposure", "ExposureMode ExposureTime"},
+  };
+  for (const auto& row : rows) {
+    std::ofstream(directory / "ask") << "cd '" << (directory / "").string()
+                                     << "'; . ./completion\nCOMP_WORDS=('" << VIREO_CAM << "' " << row.words
+                                     << ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_vireo_cam\n"
+                                        "echo \"${COMPREPLY[*]}\" >offered\n";
+    std::system(("bash '" + (directory / "ask").string() + "'").c_str());
+    EXPECT_EQ(readText(directory / "offered"), row.offered + std::string("\n")) << row.words;
   }
 }
 

@@ -21,10 +21,10 @@ TEST_P(Hostile, IsReadOrRefused) {
   } else {
     EXPECT_EQ(XmlParser::parse(text).size(), GetParam().nodes);
   }
-  EXPECT_LT((std::clock() - start) / CLOCKS_PER_SEC, 5) << "seconds";
+  EXPECT_LT((std::clock() - start) / CLOCKS_PER_SEC, 20) << "seconds: more than linear, also for a sanitizer";
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Hostile, testing::ValuesIn(kHostileDescriptions),
+INSTANTIATE_TEST_SUITE_P(All, Hostile, testing::ValuesIn(hostileDescriptions),
                          [](const auto& row) { return std::string(row.param.name); });
 
 // Every byte of a short description, fewer places of a long one.

@@ -2,10 +2,12 @@
 #include <fmt/format.h>
 
 #include <exception>
+#include <sstream>
 #include <string>
 
+#include "camera/local_cameras.h"
 #include "commands/commands.h"
-#include "console.h"
+#include "terminal/console.h"
 
 namespace {
 
@@ -18,15 +20,25 @@ int endWith(ExitStatus status, const std::string& text) {
 }
 
 void addCommands(CommandLine& line) {
-  vireo::host::AddDiscoveryCommands(line);
-  vireo::host::AddListCommands(line);
-  vireo::host::AddParameterCommands(line);
-  vireo::host::AddSettingsCommands(line);
+  vireo::host::AddCamerasCommand(line);
+  vireo::host::AddInfoCommand(line);
+  vireo::host::AddListCommand(line);
+  vireo::host::AddDescribeCommand(line);
+  vireo::host::AddXmlCommand(line);
+  vireo::host::AddGetCommand(line);
+  vireo::host::AddSetCommand(line);
+  vireo::host::AddRunCommand(line);
+  vireo::host::AddSaveCommand(line);
+  vireo::host::AddLoadCommand(line);
+  vireo::host::AddDiffCommand(line);
   vireo::host::AddGrabCommand(line);
-  vireo::host::AddWatchCommands(line);
+  vireo::host::AddWatchCommand(line);
+  vireo::host::AddBenchCommand(line);
   vireo::host::AddViewCommand(line);
   vireo::host::AddSimulateCommand(line);
-  vireo::host::AddManualCommands(line);
+  vireo::host::AddHelpCommand(line);
+  vireo::host::AddCompleteCommand(line);
+  vireo::host::AddManualCommand(line);
 }
 
 std::string usageError(const CommandLine& line, const CLI::ParseError& error) {
@@ -43,17 +55,32 @@ std::string usageError(const CommandLine& line, const CLI::ParseError& error) {
   return fmt::format("{}: see 'vireo-cam --help'", nothingChosen ? "a command is required" : error.what());
 }
 
+/// Prints what --help or --version asked for, as everything is printed: a full disk is an error.
+ExitStatus answer(const CommandLine& line, const CLI::Success& request) {
+  std::ostringstream text;
+  line.app.exit(request, text, text);
+  vireo::host::Print(text.str());
+  return ExitStatus::Done;
+}
+
+ExitStatus perform(CommandLine& line, int argc, char** argv) {
+  try {
+    addCommands(line);
+    line.app.parse(argc, argv);
+  } catch (const CLI::Success& request) {
+    return answer(line, request);
+  }
+  return line.action();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   vireo::host::PrepareConsole();
+  vireo::host::RecordLibraryMessages();
   CommandLine line;
   try {
-    addCommands(line);
-    line.app.parse(argc, argv);
-    return static_cast<int>(line.action());
-  } catch (const CLI::Success& request) {  // --help, --version
-    return line.app.exit(request);
+    return static_cast<int>(perform(line, argc, argv));
   } catch (const CLI::ParseError& error) {
     return endWith(ExitStatus::WrongUsage, usageError(line, error));
   } catch (const vireo::host::Failure& failure) {

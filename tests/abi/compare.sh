@@ -11,6 +11,10 @@ if [ "${3:-}" = --accept ]; then
   cp "$now" "$reference"
   exit
 fi
+# What a framework must have: a deployment's own has these names and no others.
+wanted() { sed -n '/wants from the framework/,/^$/p' "$1"; }
+added=$(comm -13 <(wanted "$reference" | sort) <(wanted "$now" | sort))
+[ -z "$added" ] || printf 'The plug-in wants a name that a framework of somebody else does not have:\n%s\n\n' "$added" >&2
 diff -U 2 --label reference "$reference" --label "this build" "$now" && exit
 cat >&2 <<END
 

@@ -18,7 +18,7 @@ replace() {
   sed -Ei "s%$old%$new%" "$@"
 }
 mv core.h base.h
-echo '#error "fmt/core.h is gone: include brio/fnd/fmt.h or fmt/format.h"' >core.h
+echo '#error "fmt/core.h is gone: include fmt/format.h"' >core.h
 replace '"core.h"' '"base.h"' *.h
 replace 'make_format_args\(Args&&\.\.\. args\)' 'make_format_args(Args\&... args)' base.h
 replace 'return \{FMT_FORWARD\(args\)\.\.\.\};' 'return {args...};' base.h

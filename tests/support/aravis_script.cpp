@@ -38,6 +38,11 @@ std::size_t AravisScript::count(const std::string& call) const {
   return static_cast<std::size_t>(std::count(calls_.begin(), calls_.end(), call));
 }
 
+std::size_t AravisScript::count() const {
+  const std::lock_guard lock(mutex_);
+  return calls_.size();
+}
+
 bool AravisScript::intercept(const std::string& call, GError** error) {
   std::function<void()> action;
   {
@@ -130,7 +135,8 @@ ArvStream* arv_device_create_stream(ArvDevice* device, ArvStreamCallback callbac
   REAL(arv_device_create_stream);
   ArvStream* const stream =
       scripted<ArvStream*>("create_stream", error, [&] { return real(device, callback, data, error); });
-  const AravisScript* const script = AravisScript::current;
+  AravisScript* const script = AravisScript::current;
+  if (script != nullptr) script->stream = stream;
   const bool extra = stream == nullptr && script != nullptr && script->streamDespiteError;
   return extra ? real(device, callback, data, nullptr) : stream;
 }

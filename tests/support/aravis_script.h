@@ -33,14 +33,20 @@ class AravisScript {
   GObject* opened = nullptr;
   /// What opening returned last; borrowed.
   ArvDevice* device = nullptr;
+  /// The stream that was created last; borrowed.
+  ArvStream* stream = nullptr;
   /// A `create_stream` that fails returns a stream beside its error.
   bool streamDespiteError = false;
   /// Runs inside the next such call.
-  void during(const std::string& call, std::function<void()> action) { actions_[call] = std::move(action); }
+  void during(const std::string& call, std::function<void()> action) {
+    const std::lock_guard lock(mutex_);
+    actions_[call] = std::move(action);
+  }
 
   /// The calls since the last time, in order.
   std::vector<std::string> takeCalls();
   std::size_t count(const std::string& call) const;
+  std::size_t count() const;
 
   // For the functions that take the library's place.
   static inline std::atomic<AravisScript*> current{nullptr};

@@ -31,6 +31,17 @@ class TemporaryDirectory {
   std::filesystem::path path_;
 };
 
+/// Returns once `condition` holds; throws when it does not in time, naming what was waited for.
+template <typename Condition>
+void waitUntil(const std::string& what, Condition condition,
+               std::chrono::seconds limit = std::chrono::minutes(1)) {
+  const auto end = std::chrono::steady_clock::now() + limit;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > end) throw std::runtime_error("waited too long for " + what);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+}
+
 /// vireo-cam as a user starts it, from a shell. It is ended when the object goes.
 class Program {
  public:
@@ -60,18 +71,18 @@ class Program {
 
   void Signal(int signal) const { kill(pid_, signal); }
 
-  /// Standard output once it holds `text`; throws with standard error when the program ends without it, or
-  /// after 20 s.
+  /// Standard output once it holds `text`; throws with standard error when the program ends without it.
   std::string WaitFor(const std::string& text) const {
-    for (int attempt = 0; attempt < 400 && running(); ++attempt) {
-      const std::string printed = readText(out());
-      if (printed.find(text) != std::string::npos) return printed;
-      std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
+    std::string printed;
+    const auto isPrinted = [&] { return (printed = readText(out())).find(text) != std::string::npos; };
+    waitUntil("'" + text + "'", [&] { return isPrinted() || !running(); });
+    if (isPrinted()) return printed;
     throw std::runtime_error("vireo-cam did not print '" + text + "': " + readText(err()));
   }
 
+  /// What the program did, once it has ended.
   Result Wait() {
+    waitUntil("the end of vireo-cam", [&] { return !running(); });
     int status = 0;
     waitpid(pid_, &status, 0);
     pid_ = 0;

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "brio/fnd/log.h"
+#include "brio/fnd/record.h"
 
 /// Installed as the process logger for as long as it lives; keeps every record.
 class RecordingLogger final : public brio::fnd::Logger {

@@ -2,26 +2,24 @@
 #include "vireo/genicam/adapter.h"
 
 #include <arv.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <cstring>
 #include <stdexcept>
+#include <string_view>
 #include <thread>
 #include <utility>
 
 #include "adapter_impl.h"
-#include "brio/fnd/log.h"
+#include "brio/fnd/datatype_names.h"  // the library's own tables, made while it loads
+#include "brio/fnd/record.h"
 #include "feature_access.h"
+#include "frame.h"
 #include "parameter_report.h"
-#include "pixel_type.h"
 #include "vireo/genicam/xml_parser.h"
 
 // Every statement of the adapter that logs stands in this file: a record names the file it came from.
 
 namespace vireo::genicam {
 
-using vireo::common::ParameterMetadata;
 using vireo::common::TimeNow;
 
 namespace {
@@ -30,32 +28,30 @@ constexpr std::int32_t streamBuffers = 10;
 constexpr std::uint64_t frameWaitMicroseconds = 100000;
 constexpr std::chrono::seconds signalWait(1);
 
-/// Threads inside `onControlLost`, of any adapter.
-std::atomic<int> controlLossesReported{0};
-
-// The camera library calls this on a thread of its own at any time while connected.
+// The camera library calls this on a thread of its own, or inside a call of ours, at any time while
+// connected.
 void onControlLost(ArvDevice*, void* userData) {
   if (userData == nullptr) return;
-  const CountedIn reporting(controlLossesReported);
-  static_cast<std::atomic<bool>*>(userData)->exchange(true);
-  try {
-    BRIO_LOG_WARNING("GenICamAdapter: camera control lost");
-  } catch (...) {  // nothing may be thrown through the library that called
-  }
+  ControlLoss& loss = ControlLoss::of(userData);
+  ++loss.reporting;
+  loss.signalled.exchange(true);
+  if (!LibraryCall::defersLoss()) genicam::onControlLost();
+  --loss.reporting;  // the last touch: a disconnect waits for it, and the adapter may end then
 }
 
 unsigned referencesTo(ArvDevice* device) {
   return static_cast<unsigned>(g_atomic_int_get(&G_OBJECT(device)->ref_count));
 }
 
-std::span<const std::uint8_t> imageBytes(ArvBuffer* buffer, ArvBufferStatus status) {
-  if (status != ARV_BUFFER_STATUS_SUCCESS) return {};
-  std::size_t size = 0;
-  const void* const data = arv_buffer_get_data(buffer, &size);
-  return {static_cast<const std::uint8_t*>(data), size};
-}
-
 }  // namespace
+
+// Named like the handler of the signal, because the record tells the function's name.
+void onControlLost() noexcept {
+  try {
+    BRIO_LOG_WARNING("GenICamAdapter: camera control lost");
+  } catch (...) {  // nothing may be thrown through the library that called
+  }
+}
 
 // ---- The adapter object
 
@@ -95,11 +91,10 @@ void GenICamAdapter::Impl::requireUsable() const {
 
 std::map<std::string, Parameter> GenICamAdapter::Connect() {
   BRIO_TRACE_SCOPE();
-  const std::lock_guard control(impl_->control);
   Disconnect();
 
   const std::string address = ResolveAddress(cameraAddress, true);
-  const std::string shownAddress = address.empty() ? "(auto)" : address;
+  const std::string_view shownAddress = address.empty() ? "(auto)" : std::string_view(address);
   BRIO_LOG_INFO("GenICamAdapter: connecting to '{}'", shownAddress);
 
   const auto start = std::chrono::steady_clock::now();
@@ -135,7 +130,7 @@ std::map<std::string, Parameter> GenICamAdapter::Connect() {
   if (impl_->payloadSize == 0) impl_->payloadSize = GetBasicParams().frameSize;
 
   GErrorGuard lockError;
-  arv_device_set_integer_feature_value(impl_->device, "TLParamsLocked", 0, &lockError.error);
+  impl_->sendFeature("TLParamsLocked", std::int64_t{0}, lockError);
   if (lockError.error != nullptr) {
     BRIO_LOG_DEBUG("GenICamAdapter: TLParamsLocked unlock: {}", lockError.message());
   } else {
@@ -155,19 +150,26 @@ void GenICamAdapter::Impl::watchControl() {
     throw std::runtime_error("GenICamAdapter: invalid device handle");
   }
   deviceReferences = referencesTo(device);
+  void (*const handler)(ArvDevice*, void*) = onControlLost;
   controlLostHandlerId =
-      g_signal_connect_data(device, "control-lost", G_CALLBACK(onControlLost), &controlLost, nullptr, {});
-  controlLost = false;
+      g_signal_connect_data(device, "control-lost", G_CALLBACK(handler), &controlLoss.signalled, nullptr, {});
+  controlLoss.signalled = false;
+}
+
+std::string_view GenICamAdapter::Impl::description() const {
+  const LibraryCall call;
+  std::size_t size = 0;
+  const char* const xml = arv_device_get_genicam_xml(device, &size);
+  return xml == nullptr ? std::string_view() : std::string_view(xml, size);
 }
 
 void GenICamAdapter::Impl::loadNodeMapFromDevice() {
-  std::size_t size = 0;
-  const char* const xml = arv_device_get_genicam_xml(device, &size);
-  if (xml == nullptr || size == 0) {
+  const std::string_view xml = description();
+  if (xml.empty()) {
     BRIO_LOG_WARNING("GenICamAdapter: no GenICam XML from device");
     return;
   }
-  nodeMap = XmlParser::parse(std::string(xml, size));
+  nodeMap = XmlParser::parse(std::string(xml));
   BRIO_LOG_INFO("GenICamAdapter: parsed {} nodes from device XML", nodeMap.size());
 }
 
@@ -177,7 +179,7 @@ CheckResult GenICamAdapter::CheckConnection() const {
   CheckResult result;
   if (!impl_->isUsable()) {
     result.messages.emplace_back("GenICamAdapter is not connected");
-  } else if (impl_->controlLost) {
+  } else if (impl_->controlLoss.signalled) {
     result.messages.emplace_back("Camera control lost (signal received)");
   } else if (!ARV_IS_DEVICE(impl_->device)) {
     result.messages.emplace_back("Invalid device handle");
@@ -189,16 +191,15 @@ CheckResult GenICamAdapter::CheckConnection() const {
 
 void GenICamAdapter::Disconnect() {
   BRIO_TRACE_SCOPE();
-  const std::lock_guard control(impl_->control);
-  if (impl_->acquiring) StopAcquisition();
-  ++impl_->acquisition;
-  impl_->stream.release();
+  if (impl_->runs.acquiring()) StopAcquisition();
+  impl_->dropStream();
   impl_->releaseDevice();
   impl_->nodeMap.clear();
   impl_->connected = false;
 }
 
 ArvDevice* GenICamAdapter::Impl::exchangeDevice(ArvDevice* replacement) {
+  const FeatureCall call(features);
   const std::lock_guard lock(deviceMutex);
   return std::exchange(device, replacement);
 }
@@ -219,7 +220,7 @@ void GenICamAdapter::Impl::awaitSignalInFlight(ArvDevice* released) const {
   const auto isHeld = [&] {
     return referencesTo(released) > deviceReferences && std::chrono::steady_clock::now() < end;
   };
-  while (controlLossesReported > 0 || isHeld()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  while (controlLoss.reporting > 0 || isHeld()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 // ---- Parameters
@@ -234,8 +235,8 @@ void GenICamAdapter::Impl::scanParameters() {
     if (mode == AccessMode::WriteOnly || mode == AccessMode::NotAvailable) continue;
     if (kind > NodeType::Enumeration) continue;
     try {
-      const char* const text = readFeature(name, node, kind, error);
-      if (text != nullptr) storeText(node, kind, text);
+      std::optional<std::string> text = readFeature(name, node, kind, error);
+      if (text) storeText(node, kind, *std::move(text));
       if (error.error != nullptr && kind == NodeType::Integer) {
         BRIO_LOG_DEBUG("GenICamAdapter: failed to read integer '{}': {}", name, error.message());
       } else if (error.error != nullptr && kind == NodeType::Float) {
@@ -248,21 +249,31 @@ void GenICamAdapter::Impl::scanParameters() {
   }
 }
 
-const char* GenICamAdapter::Impl::readFeature(const std::string& name, NodeVariant& node, NodeType kind,
-                                              GErrorGuard& error) {
-  const std::lock_guard lock(control);
+std::optional<std::string> GenICamAdapter::Impl::readFeature(const std::string& name, NodeVariant& node,
+                                                             NodeType kind, GErrorGuard& error) {
+  const FeatureCall call(features);
   return readValue(device, name, node, kind, error);
 }
 
 void GenICamAdapter::Impl::refreshFeatureBounds(const std::string& name, NodeVariant& node, NodeType kind) {
-  const std::lock_guard lock(control);
+  const FeatureCall call(features);
   refreshBounds(device, name, node, kind);
 }
 
 void GenICamAdapter::Impl::sendFeature(const std::string& name, const FeatureValue& value,
                                        GErrorGuard& error) {
-  const std::lock_guard lock(control);
+  const FeatureCall call(features);
   sendValue(device, name, value, error);
+}
+
+// The question and the command are one step: a command that is meant for an earlier run never comes after the
+// start of a later one.
+template <typename Question>
+bool GenICamAdapter::Impl::executeIf(Question stillWanted, const char* command, GErrorGuard& error) {
+  const FeatureCall call(features);
+  if (device == nullptr || !stillWanted()) return false;
+  arv_device_execute_command(device, command, &error.error);
+  return true;
 }
 
 NodeVariant& GenICamAdapter::Impl::findNode(const std::string& name) {
@@ -278,9 +289,9 @@ Parameter GenICamAdapter::Read(const std::string& name) {
   GErrorGuard error;
   const NodeType kind = getNodeType(node);
   if (kind > NodeType::Command) throw std::runtime_error("Unsupported node type for read: " + name);
-  const char* const text = impl_->readFeature(name, node, kind, error);
+  std::optional<std::string> text = impl_->readFeature(name, node, kind, error);
   Impl::checkErrorSoft(error, readContext(kind, name));
-  if (text != nullptr) storeText(node, kind, text);
+  if (text) storeText(node, kind, *std::move(text));
   return nodeToParameter(node);
 }
 
@@ -336,10 +347,9 @@ std::vector<Parameter> GenICamAdapter::Scan() {
 NativeDocument GenICamAdapter::GetNativeParameterDocument() const {
   BRIO_TRACE_SCOPE();
   if (!impl_->isUsable()) return {};
-  std::size_t size = 0;
-  const char* const xml = arv_device_get_genicam_xml(impl_->device, &size);
-  if (xml == nullptr || size == 0) return {};
-  return {std::string(xml, size), ".xml"};
+  const std::string_view xml = impl_->description();
+  if (xml.empty()) return {};
+  return {std::string(xml), ".xml"};
 }
 
 BasicParams GenICamAdapter::GetBasicParams() const {
@@ -351,79 +361,104 @@ BasicParams GenICamAdapter::GetBasicParams() const {
 
 void GenICamAdapter::StartAcquisition(std::optional<long> frames) {
   BRIO_TRACE_SCOPE();
-  const std::lock_guard control(impl_->control);
   impl_->requireUsable();
   impl_->scanParameters();
 
   const std::uint64_t payload = impl_->askPayloadSize();
   impl_->requireBufferMemory(payload);
   const bool payloadChanged = std::exchange(impl_->payloadSize, payload) != payload;
-  if (payloadChanged && impl_->stream.get() != nullptr) {
+  AcquisitionRuns::Hold hold(impl_->runs);
+  if (payloadChanged && hold.stream() != nullptr) {
     BRIO_LOG_INFO("GenICamAdapter: payload changed to {} bytes, recreating stream", payload);
-    impl_->stream.release();
+    const LibraryCall call;
+    hold.drop();
   }
-  if (impl_->stream.get() == nullptr) impl_->createStream();
+  if (hold.stream() == nullptr) impl_->createStream(hold);
 
-  impl_->resetAcquisition(frames);
-  if (impl_->acquisitionMode == AcquisitionMode::Finite) {
+  hold.reset(frames);
+  if (frames.value_or(0) > 0) {
     BRIO_LOG_INFO("GenICamAdapter: starting finite acquisition ({} frames)", *frames);
   } else {
     BRIO_LOG_INFO("GenICamAdapter: starting continuous acquisition");
   }
-  impl_->pushBuffers();
+  impl_->pushBuffers(hold.stream());
+  hold.lend();
 
+  // A kept stream may hold frames, and a camera may be sending already: the receiving thread may end this run
+  // before the camera is told to start, or while it is.
   GErrorGuard error;
-  arv_device_execute_command(impl_->device, "AcquisitionStart", &error.error);
+  const auto isWanted = [&] { return impl_->runs.isRunning(hold.run()); };
+  impl_->executeIf(isWanted, "AcquisitionStart", error);
   Impl::checkError(error, "Execute AcquisitionStart");
-  impl_->acquiring = true;
-  acquisitionActive = true;
+  impl_->runs.accept(hold.run(), [this] { acquisitionActive = true; });
 }
 
 std::uint64_t GenICamAdapter::Impl::askPayloadSize() {
-  if (!nodeMap.contains("PayloadSize")) return payloadSize;
+  const auto found = nodeMap.find("PayloadSize");
+  if (found == nodeMap.end()) return payloadSize;
   GErrorGuard error;
-  const std::int64_t size = arv_device_get_integer_feature_value(device, "PayloadSize", &error.error);
+  std::int64_t size = 0;
+  {
+    const FeatureCall call(features);
+    size = arv_device_get_integer_feature_value(device, "PayloadSize", &error.error);
+  }
   if (error.error != nullptr || size <= 0) return payloadSize;
-  if (auto* node = findNodeAs<IntegerNode>(nodeMap, "PayloadSize")) node->value = size;
+  if (auto* const node = std::get_if<IntegerNode>(&found->second)) node->value = size;
   return static_cast<std::uint64_t>(size);
 }
 
 // The camera library ends the process when it finds no memory for a buffer; a camera that states an absurd
-// payload must not.
-void GenICamAdapter::Impl::requireBufferMemory(std::uint64_t payload) const {
-  const auto pages = static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES));
-  const auto memory = pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-  if (payload > memory / static_cast<std::uint64_t>(bufferCount)) {
-    throw std::runtime_error("GenICamAdapter: no memory for " + std::to_string(bufferCount) +
-                             " frame buffers of " + std::to_string(payload) +
-                             " bytes each; check the camera's PayloadSize");
+// payload must not. A start that is refused for it changes nothing.
+void GenICamAdapter::Impl::requireBufferMemory(std::uint64_t payload) {
+  void* const memory = g_try_malloc(payload);
+  g_free(memory);
+  if (memory != nullptr || payload == 0) return;
+  if (auto* node = findNodeAs<IntegerNode>(nodeMap, "PayloadSize")) {
+    node->value = static_cast<std::int64_t>(payloadSize);
   }
+  throw std::runtime_error("GenICamAdapter: no memory for a frame buffer of " + std::to_string(payload) +
+                           " bytes; check the camera's PayloadSize");
 }
 
-void GenICamAdapter::Impl::createStream() {
-  if (device == nullptr) throw std::runtime_error("GenICamAdapter: no device for stream creation");
+// For a stream of a USB camera the library divides by what it reads of the camera, and a camera that is gone
+// or mute ends the process. Asked at the last moment, so that little time is left for that.
+void GenICamAdapter::Impl::requireUsbPayload() {
+  if (!ARV_IS_UV_DEVICE(device)) return;
+  if (controlLoss.signalled)
+    throw std::runtime_error("GenICamAdapter: camera control lost, no stream is created");
+  if (!nodeMap.contains("PayloadSize")) return;
   GErrorGuard error;
-  stream.put(arv_device_create_stream(device, nullptr, nullptr, &error.error));
+  std::int64_t size = 0;
+  {
+    const FeatureCall call(features);
+    size = arv_device_get_integer_feature_value(device, "PayloadSize", &error.error);
+  }
   checkError(error, "Create stream");
-  if (stream.get() == nullptr) throw std::runtime_error("GenICamAdapter: failed to create stream");
+  if (size <= 0)
+    throw std::runtime_error("GenICamAdapter: the camera states a PayloadSize of 0, no stream is created");
+}
+
+void GenICamAdapter::Impl::createStream(AcquisitionRuns::Hold& hold) {
+  if (device == nullptr) throw std::runtime_error("GenICamAdapter: no device for stream creation");
+  requireUsbPayload();
+  GErrorGuard error;
+  {
+    const FeatureCall call(features);  // the library asks the camera for what a stream needs
+    hold.put(arv_device_create_stream(device, nullptr, nullptr, &error.error));
+  }
+  checkError(error, "Create stream");
+  if (hold.stream() == nullptr) throw std::runtime_error("GenICamAdapter: failed to create stream");
   BRIO_LOG_INFO("GenICamAdapter: stream created");
 }
 
-// Away from the receiving thread: no frame of the earlier acquisition is counted in this one.
-void GenICamAdapter::Impl::resetAcquisition(std::optional<long> frames) {
-  stream.takeBack();
-  ++acquisition;
-  frameTarget.store(frames);
-  framesReceived = 0;
-  frameRate = 0.0;
-  acquisitionStartTime = std::chrono::steady_clock::now();
-  acquisitionMode = frames.value_or(0) > 0 ? AcquisitionMode::Finite : AcquisitionMode::Continuous;
-  stream.lend();
+void GenICamAdapter::Impl::dropStream() {
+  const LibraryCall call;
+  AcquisitionRuns::Hold(runs).drop();
 }
 
-void GenICamAdapter::Impl::pushBuffers() {
+void GenICamAdapter::Impl::pushBuffers(ArvStream* stream) {
   for (std::int32_t i = 0; i < bufferCount; ++i) {
-    arv_stream_push_buffer(stream.get(), arv_buffer_new(payloadSize, nullptr));
+    arv_stream_push_buffer(stream, arv_buffer_new(payloadSize, nullptr));
   }
   BRIO_LOG_DEBUG("GenICamAdapter: pushed {} buffers ({} bytes each)", bufferCount, payloadSize);
 }
@@ -432,100 +467,55 @@ void GenICamAdapter::ReceiveFrame(bool& received, uint64_t, std::span<uint8_t>& 
   BRIO_TRACE_SCOPE();
   received = false;
   if (!impl_->connected) return;
-  StreamHandle::Lease lease(impl_->stream);
-  if (lease.stream() == nullptr) return;
-  PoppedBuffer frame(lease.stream(), frameWaitMicroseconds);
-  if (frame.get() == nullptr) return;
-
-  const ArvBufferStatus status = arv_buffer_get_status(frame.get());
-  const std::span<const std::uint8_t> image = imageBytes(frame.get(), status);
-  if (status != ARV_BUFFER_STATUS_SUCCESS || (image.data() == nullptr && !image.empty())) {
-    BRIO_LOG_DEBUG("GenICamAdapter: buffer status={}, recycling", static_cast<int>(status));
-    return;
-  }
-  if (image.size() > buffer.size()) {
-    BRIO_LOG_ERROR("GenICamAdapter: frame too large ({} > {})", image.size(), buffer.size());
-    return;
-  }
-  if (!image.empty()) std::memcpy(buffer.data(), image.data(), image.size());
-  impl_->fillInfo(frame.get(), image.size(), info);
-  frame.giveBack();
-
-  // The token first: a stop changes the mode before it, so what is complete is the run of this token.
-  const std::uint64_t acquisition = impl_->acquisition;
-  const std::int64_t count = impl_->countFrame();
-  const bool complete = impl_->isComplete(count);
-  lease.end();
-  if (complete) {
-    // The host may be starting, stopping or disconnecting: once it is done, this run may not be there any
-    // more.
-    const std::lock_guard control(impl_->control);
-    if (impl_->acquisition == acquisition) {
-      BRIO_LOG_INFO("GenICamAdapter: finite acquisition complete ({} frames)", count);
-      StopAcquisition();
+  AcquisitionRuns::Loan loan(impl_->runs);
+  if (loan.stream() == nullptr) return;
+  const FrameResult frame = takeFrame(loan.stream(), frameWaitMicroseconds, buffer, impl_->nodeMap, info);
+  // The loan ends before host code runs: whoever stops waits for it, and may hold a lock that a logger or an
+  // override wants.
+  if (frame.outcome != FrameResult::Copied) {
+    loan.end();
+    if (frame.outcome == FrameResult::Bad) {
+      BRIO_LOG_DEBUG("GenICamAdapter: buffer status={}, recycling", static_cast<int>(frame.status));
+    } else if (frame.outcome == FrameResult::TooLarge) {
+      // Hosts read this text to learn the size that they need.
+      BRIO_LOG_ERROR("GenICamAdapter: frame too large ({} > {})", frame.size, buffer.size());
     }
+    return;
+  }
+  const AcquisitionRuns::Delivery delivery = loan.deliver();
+  // The controlling thread may have stopped or restarted meanwhile; what it began is not this run's to end.
+  if (delivery.complete && impl_->runs.isCurrent(delivery.run)) {
+    BRIO_LOG_INFO("GenICamAdapter: finite acquisition complete ({} frames)", delivery.count);
+    const CompletedRun::Scope completing(impl_->completed, delivery.run);
+    StopAcquisition();
   }
   lastFrameTime = TimeNow();
   received = true;
 }
 
-void GenICamAdapter::Impl::fillInfo(ArvBuffer* buffer, std::uint64_t size, FrameInfo& info) {
-  info.width = arv_buffer_get_image_width(buffer);
-  info.height = arv_buffer_get_image_height(buffer);
-  info.offsetX = arv_buffer_get_image_x(buffer);
-  info.offsetY = arv_buffer_get_image_y(buffer);
-  info.frameId = arv_buffer_get_frame_id(buffer);
-  info.timestamp = arv_buffer_get_timestamp(buffer);
-  info.size = size;
-  if (auto* exposure = findNodeAs<FloatNode>(nodeMap, "ExposureTime"))
-    info.exposureTime = loadFloat(*exposure);
-  info.dataType = elementType(arv_buffer_get_image_pixel_format(buffer));
-}
-
-std::int64_t GenICamAdapter::Impl::countFrame() {
-  const std::int64_t count = framesReceived.fetch_add(1) + 1;
-  const auto elapsed = std::chrono::steady_clock::now() - acquisitionStartTime;
-  const double seconds =
-      static_cast<double>(std::chrono::duration_cast<std::chrono::nanoseconds>(elapsed).count()) / 1e9;
-  if (seconds > 0.0) frameRate = static_cast<double>(count) / seconds;
-  return count;
-}
-
-bool GenICamAdapter::Impl::isComplete(std::int64_t count) const {
-  if (acquisitionMode != AcquisitionMode::Finite) return false;
-  const std::optional<std::int64_t> target = frameTarget.load();
-  return target && *target <= count;
-}
-
 void GenICamAdapter::StopAcquisition() {
   BRIO_TRACE_SCOPE();
-  const std::lock_guard control(impl_->control);
-  if (impl_->device == nullptr) return;
-  acquisitionActive = false;
+  const std::optional<AcquisitionRuns::Run> completed = impl_->completed.take();
   GErrorGuard error;
-  arv_device_execute_command(impl_->device, "AcquisitionStop", &error.error);
+  const auto isWanted = [&] {
+    return impl_->runs.beginEnd(completed, [this] { acquisitionActive = false; });
+  };
+  if (!impl_->executeIf(isWanted, "AcquisitionStop", error)) return;
   if (error.error != nullptr) {
     BRIO_LOG_WARNING("GenICamAdapter: AcquisitionStop error: {}", error.message());
   }
-  impl_->acquiring = false;
-  impl_->acquisitionMode = AcquisitionMode::Stopped;
-  impl_->frameTarget.store(std::nullopt);
-  ++impl_->acquisition;
-  acquisitionStopTime = TimeNow();
-  impl_->stream.release();
-  BRIO_LOG_INFO("GenICamAdapter: acquisition stopped");
+  const std::uint64_t now = TimeNow();
+  bool ended = false;
+  {
+    const LibraryCall call;
+    ended = impl_->runs.end(completed, [&] { acquisitionStopTime = now; });
+  }
+  if (ended) BRIO_LOG_INFO("GenICamAdapter: acquisition stopped");
 }
 
 AcquisitionState GenICamAdapter::GetAcquisitionState() const {
   BRIO_TRACE_SCOPE();
-  AcquisitionState state;
-  state.mode = impl_->acquisitionMode;
-  state.frameRate = impl_->frameRate;
-  const std::optional<std::int64_t> target = impl_->frameTarget.load();
-  if (state.mode == AcquisitionMode::Finite && target) {
-    state.framesRemaining = std::max<std::int64_t>(0, *target - impl_->framesReceived);
-  }
-  return state;
+  return impl_->runs.state();
 }
 
 }  // namespace vireo::genicam

@@ -7,6 +7,7 @@
 #include <cctype>
 #include <cmath>
 #include <stdexcept>
+#include <utility>
 
 namespace vireo::genicam {
 namespace {
@@ -40,7 +41,8 @@ Overloaded(Functions...) -> Overloaded<Functions...>;
 std::int64_t toInteger(const Parameter& parameter) {
   if (const int* const held = std::get_if<int>(&parameter.value)) return *held;
   const double truncated = std::trunc(parameter.GetValue<double>());
-  if (!(truncated >= INT32_MIN && truncated <= INT32_MAX)) {
+  constexpr double beyond = 0x1p63;
+  if (!(truncated >= -beyond && truncated < beyond)) {
     throw std::runtime_error("Parameter '" + parameter.GetName() +
                              "' value out of range: " + parameter.GetValueAsString());
   }
@@ -84,37 +86,34 @@ std::string context(const char* action, const char* word, const std::string& nam
 
 }  // namespace
 
-const char* readValue(ArvDevice* device, const std::string& name, NodeVariant& node, NodeType kind,
-                      GErrorGuard& error) {
+std::optional<std::string> readValue(ArvDevice* device, const std::string& name, NodeVariant& node,
+                                     NodeType kind, GErrorGuard& error) {
   const char* const feature = name.c_str();
-  const auto text = [&] { return arv_device_get_string_feature_value(device, feature, &error.error); };
-  return visitKind(
-      node, kind,
-      Overloaded{
-          [&](IntegerNode& integer) -> const char* {
-            integer.value = arv_device_get_integer_feature_value(device, feature, &error.error);
-            return nullptr;
-          },
-          [&](FloatNode& floating) -> const char* {
-            storeFloat(floating, arv_device_get_float_feature_value(device, feature, &error.error));
-            return nullptr;
-          },
-          [&](BooleanNode& boolean) -> const char* {
-            boolean.value = arv_device_get_boolean_feature_value(device, feature, &error.error) != FALSE;
-            return nullptr;
-          },
-          [&](StringNode&) { return text(); },
-          [&](EnumerationNode&) { return text(); },
-          [](const NodeHeader&) -> const char* { return nullptr; },
-      });
+  const char* text = nullptr;
+  const auto readText = [&] { text = arv_device_get_string_feature_value(device, feature, &error.error); };
+  visitKind(node, kind,
+            Overloaded{
+                [&](IntegerNode& integer) {
+                  integer.value = arv_device_get_integer_feature_value(device, feature, &error.error);
+                },
+                [&](FloatNode& floating) {
+                  storeFloat(floating, arv_device_get_float_feature_value(device, feature, &error.error));
+                },
+                [&](BooleanNode& boolean) {
+                  boolean.value =
+                      arv_device_get_boolean_feature_value(device, feature, &error.error) != FALSE;
+                },
+                [&](StringNode&) { readText(); },
+                [&](EnumerationNode&) { readText(); },
+                [](const NodeHeader&) {},
+            });
+  return text == nullptr ? std::nullopt : std::optional<std::string>(text);
 }
 
-void storeText(NodeVariant& node, NodeType kind, const char* text) {
-  if (kind == NodeType::String) {
-    std::get<StringNode>(node).value = text;
-  } else {
-    std::get<EnumerationNode>(node).value = text;
-  }
+void storeText(NodeVariant& node, NodeType kind, std::string text) {
+  std::string& value =
+      kind == NodeType::String ? std::get<StringNode>(node).value : std::get<EnumerationNode>(node).value;
+  value = std::move(text);
 }
 
 void refreshBounds(ArvDevice* device, const std::string& name, NodeVariant& node, NodeType kind) {

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <variant>
 
@@ -38,12 +39,12 @@ struct ExecuteCommand {};
 using FeatureValue = std::variant<std::int64_t, double, bool, std::string, ExecuteCommand>;
 
 /// Asks the device for a feature's value. Numbers and booleans go into the node at once, whatever the error;
-/// a text is returned (null when there is none) and is Aravis's own. Commands and categories are not asked.
-const char* readValue(ArvDevice* device, const std::string& name, NodeVariant& node, NodeType kind,
-                      GErrorGuard& error);
+/// a text is returned, if there is one. Commands and categories are not asked.
+std::optional<std::string> readValue(ArvDevice* device, const std::string& name, NodeVariant& node,
+                                     NodeType kind, GErrorGuard& error);
 
 /// Stores a text that `readValue` returned in its node.
-void storeText(NodeVariant& node, NodeType kind, const char* text);
+void storeText(NodeVariant& node, NodeType kind, std::string text);
 
 /// Replaces the node's bounds by the device's, if it tells them. Only integer and float nodes have bounds.
 void refreshBounds(ArvDevice* device, const std::string& name, NodeVariant& node, NodeType kind);

@@ -28,7 +28,10 @@ GObjectGuard<T>::GObjectGuard(GObjectGuard&& other) noexcept : object_(other.rel
 
 template <typename T>
 GObjectGuard<T>& GObjectGuard<T>::operator=(GObjectGuard&& other) noexcept {
-  if (this != &other) reset(other.release());
+  if (this != &other) {
+    unref(object_);
+    object_ = other.release();
+  }
   return *this;
 }
 
@@ -44,7 +47,8 @@ T* GObjectGuard<T>::release() noexcept {
 
 template <typename T>
 void GObjectGuard<T>::reset(T* object) noexcept {
-  unref(std::exchange(object_, object));
+  unref(object_);
+  object_ = object;
 }
 
 template <typename T>

@@ -15,13 +15,14 @@
 namespace vireo::genicam {
 namespace {
 
-constexpr const char* kRootElement = "RegisterDescription";
-constexpr std::string_view kOpeningTag = "<RegisterDescription";
-constexpr std::string_view kClosingTag = "</RegisterDescription";
+constexpr const char* rootElement = "RegisterDescription";
+constexpr std::string_view prefixedRoot = ":RegisterDescription";
+constexpr std::string_view openingTag = "<RegisterDescription";
+constexpr std::string_view closingTag = "</RegisterDescription";
 
 // Entities other than the five of XML itself are left as they stand, so that none can grow.
-constexpr unsigned kParseOptions = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
-                                   pugi::parse_wconv_attribute | pugi::parse_embed_pcdata;
+constexpr unsigned parseOptions = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
+                                  pugi::parse_wconv_attribute | pugi::parse_embed_pcdata;
 
 [[noreturn]] void fail(const std::string& reason) {
   throw std::runtime_error("camera description: " + reason);
@@ -55,11 +56,11 @@ std::size_t findMarkup(std::string_view text, const Wanted& isWanted) {
 }
 
 bool startsDescription(std::string_view text) {
-  return text.starts_with("<?xml") || text.starts_with(kOpeningTag);
+  return text.starts_with("<?xml") || text.starts_with(openingTag);
 }
 
 bool endsDescription(std::string_view text) {
-  return text.starts_with(kClosingTag);
+  return text.starts_with(closingTag);
 }
 
 void refuseArchive(std::string_view text) {
@@ -161,40 +162,77 @@ struct MarkupText {
   fail(fmt::format("not well-formed XML at {}: {}", whole.place(offset), reason));
 }
 
+// The prefix of the outermost element's namespace with its colon, as in <g:RegisterDescription; mostly empty.
+std::string_view namespacePrefix(std::string_view text) {
+  const std::size_t end = text.find(prefixedRoot);
+  const std::size_t tag = end == std::string_view::npos ? end : text.rfind('<', end);
+  if (tag == std::string_view::npos) return {};
+  const std::string_view prefix = text.substr(tag + 1, end - tag);
+  return prefix.find_first_of("/!? \t\r\n\"'>") == std::string_view::npos ? prefix : std::string_view();
+}
+
+// Blanks take the place of the prefix before each tag that has it, so that positions stay.
+std::string withoutPrefix(std::string text, const std::string& prefix) {
+  for (std::size_t at = text.find('<'); at != std::string::npos; at = text.find('<', at + 1)) {
+    const std::size_t name = at + (text.compare(at, 2, "</") == 0 ? 2 : 1);
+    if (text.compare(name, prefix.size(), prefix) != 0) continue;
+    std::rotate(text.begin() + static_cast<std::ptrdiff_t>(at),
+                text.begin() + static_cast<std::ptrdiff_t>(name),
+                text.begin() + static_cast<std::ptrdiff_t>(name + prefix.size()));
+    std::fill_n(text.begin() + static_cast<std::ptrdiff_t>(at), prefix.size(), ' ');
+    at += prefix.size();
+  }
+  return text;
+}
+
 }  // namespace
 
-pugi::xml_node readDocument(const std::string& text, pugi::xml_document& document) {
+Document::Document(const std::string& text) {
+  const std::string_view prefix = namespacePrefix(text);
+  if (prefix.empty()) {
+    read(text);
+  } else {
+    read(withoutPrefix(text, std::string(prefix)));
+  }
+}
+
+void Document::read(const std::string& text) {
   if (text.find_first_not_of(std::string_view("\0 \t\r\n", 5)) == std::string::npos) fail("empty");
   refuseArchive(text);
   const std::size_t start = startOfMarkup(text);
   const std::string_view markup = std::string_view(text).substr(start);
   const auto load = [&](std::string_view part) {
-    return document.load_buffer(part.data(), part.size(), kParseOptions, encodingOf(part));
+    return tree_.load_buffer(part.data(), part.size(), parseOptions, encodingOf(part));
   };
   const bool wide = hasWideByteOrderMark(markup);
   const std::string_view tags = wide ? markup : upToLastTag(markup);
   pugi::xml_parse_result result = load(tags);
   if (!result && !wide && upToEndTag(tags).size() < tags.size()) result = load(upToEndTag(tags));
   const MarkupText source = {text, start, result.encoding};
+  // A character reference can stand for anything.
+  isAllPlain_ = isPlainAscii(tags) && tags.find("&#") == std::string_view::npos;
   if (!result) failAt(source, static_cast<std::size_t>(result.offset), result.description());
-  const pugi::xml_node root = document.document_element();
-  if (std::strcmp(root.name(), kRootElement) != 0) {
+  if (std::strcmp(root().name(), rootElement) != 0) {
     fail(fmt::format("the root element at {} is '{}', expected '{}'",
-                     source.place(static_cast<std::size_t>(root.offset_debug())), oneLine(root.name()),
-                     kRootElement));
+                     source.place(static_cast<std::size_t>(root().offset_debug())), oneLine(root().name()),
+                     rootElement));
   }
-  return root;
 }
 
-std::string textOf(pugi::xml_node element) {
+std::string_view Document::textOf(pugi::xml_node element) {
   const std::string_view first = element.value();  // the first text is kept in the element itself
   pugi::xml_node child = element.first_child();
-  if (!child) return plain(trimmed(first));
+  if (!child) return shown(first);
   std::string joined(first);
   for (; child; child = child.next_sibling()) {
     if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) joined += child.value();
   }
-  return plain(trimmed(joined));
+  return mended_.emplace_back(plain(trimmed(joined)));
+}
+
+std::string_view Document::shown(std::string_view text) {
+  const std::string_view inner = trimmed(text);
+  return isAllPlain_ || isPlain(inner) ? inner : std::string_view(mended_.emplace_back(plain(inner)));
 }
 
 }  // namespace vireo::genicam

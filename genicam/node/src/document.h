@@ -1,17 +1,33 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <deque>
 #include <pugixml.hpp>
 #include <string>
+#include <string_view>
 
 namespace vireo::genicam {
 
-/// Reads a camera description into `document` and returns its RegisterDescription element. The document keeps
-/// the only copy of the text. Throws std::runtime_error with position and reason for anything else.
-pugi::xml_node readDocument(const std::string& text, pugi::xml_document& document);
+/// A camera description as a tree. What it gives refers to the text that it keeps.
+class Document {
+ public:
+  /// Throws std::runtime_error with position and reason for what is not a camera description.
+  explicit Document(const std::string& text);
 
-/// The text of an element, CDATA and text around comments joined, without white space at its ends. Valid
-/// UTF-8 whatever character references the document has, with U+FFFD for what cannot be shown.
-std::string textOf(pugi::xml_node element);
+  pugi::xml_node root() const { return tree_.document_element(); }
+
+  /// The text of an element, CDATA and text around comments joined, without white space at its ends. Valid
+  /// UTF-8 whatever character references the document has, with U+FFFD for what cannot be shown.
+  std::string_view textOf(pugi::xml_node element);
+  /// The same of a text of its own, such as an attribute's.
+  std::string_view shown(std::string_view text);
+
+ private:
+  void read(const std::string& text);
+
+  pugi::xml_document tree_;
+  bool isAllPlain_ = false;         ///< no text of it needs mending
+  std::deque<std::string> mended_;  ///< texts that do not stand in the tree as they are given
+};
 
 }  // namespace vireo::genicam

@@ -10,15 +10,12 @@
 
 namespace vireo::genicam {
 
-/// A node that the description offers to users.
-struct Feature {
-  NodeId id;
-  std::string_view category;  ///< path of categories that leads to it; cut where it grows beyond any sense
-};
-
+/// The nodes that the description offers to users.
 struct FeatureList {
-  std::vector<Feature> features;
-  std::deque<std::string> paths;  ///< what the features' categories refer to
+  std::vector<NodeId> ids;
+  /// Of each, the path of categories that leads to it; cut where it grows beyond any sense.
+  std::vector<std::string_view> categories;
+  std::deque<std::string> paths;  ///< what the categories refer to
   bool hasRoot = false;           ///< they are what the Root category leads to, else every node
 };
 

@@ -4,9 +4,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstring>
 
-#include "brio/fnd/log.h"
-#include "document.h"
+#include "brio/fnd/record.h"
+#include "literals.h"
 #include "utf8.h"
 
 namespace vireo::genicam {
@@ -15,123 +16,126 @@ namespace {
 /// Everything the kinds of nodes are built from.
 struct Described {
   const NodeIndex& index;
-  Resolver& resolver;
-  const Feature& feature;
+  const Links& links;
+  const LinkedNode& found;
+  std::string_view category;
 
-  pugi::xml_node element() const { return index[feature.id].element; }
-  const Properties& properties() const { return resolver.properties(feature.id); }
-  const Resolved& resolved() const { return resolver.resolve(feature.id); }
-  std::optional<Number> value() const { return resolver.value(feature.id); }
+  std::string_view text(Property property) const { return index.text(found.id, property); }
+  std::string_view text(const TextSource& source, Property property) const {
+    return source.from == noNode ? std::string_view() : index.text(source.from, property);
+  }
+  pugi::xml_node element() const { return index[found.id].element; }
 };
 
-template <typename Kind>
-Kind withHeader(const Described& described) {
-  const Properties& properties = described.properties();
-  Kind node;
-  node.name = described.index[described.feature.id].name;
-  node.displayName = properties.text(Property::DisplayName);
-  node.toolTip = properties.text(Property::ToolTip);
-  node.description = properties.text(Property::Description);
+void fillHeader(NodeHeader& node, const Described& described) {
+  const LinkedNode& found = described.found;
+  node.name = described.index[found.id].name;
+  node.displayName = described.text(Property::DisplayName);
+  node.toolTip = described.text(Property::ToolTip);
+  node.description = described.text(Property::Description);
   if (node.description.empty()) node.description = node.toolTip;
-  node.accessMode = described.resolved().access;
-  node.visibility = described.resolver.traits(described.feature.id).visibility.value_or(Visibility::Beginner);
-  node.category = described.feature.category;
-  return node;
+  node.accessMode = found.offer.access;
+  node.visibility = found.traits.visibility;
+  node.category = described.category;
 }
 
-IntegerNode buildInteger(const Described& described) {
-  auto node = withHeader<IntegerNode>(described);
-  const Resolved& resolved = described.resolved();
-  node.value = toInteger(described.value().value_or(std::int64_t{0}));
-  if (resolved.min) node.min = toInteger(*resolved.min);
-  if (resolved.max) node.max = toInteger(*resolved.max);
-  if (resolved.increment) node.inc = std::max<std::int64_t>(1, toInteger(*resolved.increment));
-  node.unit = resolved.unit;
-  return node;
+void fill(IntegerNode& node, const Described& described) {
+  const LinkedNode& found = described.found;
+  if (found.literal.number) node.value = toInteger(*found.literal.number);
+  if (found.bounds.min) node.min = toInteger(*found.bounds.min);
+  if (found.bounds.max) node.max = toInteger(*found.bounds.max);
+  if (found.step) node.inc = std::max<std::int64_t>(1, toInteger(*found.step));
+  node.unit = described.text(found.unit, Property::Unit);
 }
 
-FloatNode buildFloat(const Described& described) {
-  auto node = withHeader<FloatNode>(described);
-  const Resolved& resolved = described.resolved();
-  node.value = toFloat(described.value().value_or(0.0));
-  if (resolved.min) node.min = toFloat(*resolved.min);
-  if (resolved.max) node.max = toFloat(*resolved.max);
-  node.unit = resolved.unit;
-  node.representation = resolved.representation;
-  return node;
+void fill(FloatNode& node, const Described& described) {
+  const LinkedNode& found = described.found;
+  if (found.literal.number) node.value = toFloat(*found.literal.number);
+  if (found.bounds.min) node.min = toFloat(*found.bounds.min);
+  if (found.bounds.max) node.max = toFloat(*found.bounds.max);
+  node.unit = described.text(found.unit, Property::Unit);
+  node.representation = described.text(found.representation, Property::Representation);
 }
 
-BooleanNode buildBoolean(const Described& described) {
-  auto node = withHeader<BooleanNode>(described);
-  node.value = !isZero(described.value().value_or(std::int64_t{0}));
-  return node;
+void fill(BooleanNode& node, const Described& described) {
+  const std::optional<Number>& number = described.found.literal.number;
+  node.value = number && !isZero(*number);
 }
 
-StringNode buildString(const Described& described) {
-  auto node = withHeader<StringNode>(described);
-  node.value = described.resolved().text;
-  return node;
+void fill(StringNode& node, const Described& described) {
+  node.value = described.text(described.found.text, Property::Value);
 }
 
-EnumerationNode buildEnumeration(const Described& described) {
-  auto node = withHeader<EnumerationNode>(described);
-  const std::optional<Number> current = described.value();
-  for (pugi::xml_node entry = described.element().child("EnumEntry"); entry;
-       entry = entry.next_sibling("EnumEntry")) {
-    const std::string name = plain(trimmed(entry.attribute("Name").value()));
-    const std::string text = textOf(entry.child("Value"));
-    const std::optional<std::int64_t> value = parseInteger(text);
-    std::string fault;
-    if (name.empty()) {
-      fault = "it has no name";
-    } else if (!value) {
-      fault = fmt::format("Value '{}' is no number", oneLine(text));
-    } else if (!node.entryValues.emplace(name, *value).second) {
-      fault = "there is one of that name before it";
-    }
+void fill(CommandNode&, const Described&) {}
+
+/// What an enumeration's entry says.
+struct Entry {
+  std::string_view name;
+  std::string_view value;
+  bool canBe = true;  ///< no constant says that it is never implemented or available
+};
+
+Entry readEntry(const Described& described, pugi::xml_node element) {
+  const NodeIndex& index = described.index;
+  Entry entry = {index.shown(element.attribute("Name").value()), {}, true};
+  for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
+    const char* const name = child.name();
+    if (entry.value.empty() && std::strcmp(name, "Value") == 0) entry.value = index.textOf(child);
+    if (isEntryCondition(name) && answerAt(described.links, described.links.target(child)) == false)
+      entry.canBe = false;
+  }
+  if (entry.value.empty()) entry.value = index.shown(element.attribute("Value").value());
+  return entry;
+}
+
+/// Takes an entry; gives the reason where it does not.
+std::string addEntry(EnumerationNode& node, const Entry& entry, const std::optional<Number>& current) {
+  const std::optional<Number> number = parseInteger(entry.value);
+  if (entry.name.empty()) return "it has no name";
+  if (!number) return fmt::format("Value '{}' is not a number", oneLine(entry.value));
+  const auto [at, isNew] = node.entryValues.try_emplace(std::string(entry.name), toInteger(*number));
+  if (!isNew) return "there is one of that name before it";
+  node.entries.emplace_back(entry.name);
+  if (node.value.empty() && current && toInteger(*current) == at->second) node.value = entry.name;
+  return {};
+}
+
+void fill(EnumerationNode& node, const Described& described) {
+  pugi::xml_node element = described.element().child("EnumEntry");
+  for (; element; element = element.next_sibling("EnumEntry")) {
+    const Entry entry = readEntry(described, element);
+    if (!entry.canBe) continue;
+    const std::string fault = addEntry(node, entry, described.found.literal.number);
     if (!fault.empty()) {
-      BRIO_LOG_DEBUG("entry '{}' of feature '{}' is left out: {}", oneLine(name), oneLine(node.name), fault);
-      continue;
+      BRIO_LOG_DEBUG("entry '{}' of feature '{}' is left out: {}", oneLine(entry.name), oneLine(node.name),
+                     fault);
     }
-    node.entries.push_back(name);
-    if (node.value.empty() && current && toInteger(*current) == *value) node.value = name;
   }
-  return node;
 }
 
-CategoryNode buildCategory(const Described& described) {
-  auto node = withHeader<CategoryNode>(described);
-  for (pugi::xml_node child = described.element().child("pFeature"); child;
-       child = child.next_sibling("pFeature")) {
-    node.features.push_back(textOf(child));
-  }
-  return node;
+void fill(CategoryNode& node, const Described& described) {
+  pugi::xml_node child = described.element().child("pFeature");
+  for (; child; child = child.next_sibling("pFeature"))
+    node.features.emplace_back(described.index.textOf(child));
+}
+
+template <typename Kind>
+void makeKind(NodeVariant& node, const Described& described) {
+  Kind& kind = node.emplace<Kind>();
+  fillHeader(kind, described);
+  fill(kind, described);
 }
 
 }  // namespace
 
-NodeVariant buildNode(const NodeIndex& index, Resolver& resolver, const Feature& feature) {
-  const Described described{index, resolver, feature};
-  switch (index[feature.id].kind) {
-    case ElementKind::Float:
-    case ElementKind::FloatReg:
-    case ElementKind::Converter:
-    case ElementKind::SwissKnife:
-      return buildFloat(described);
-    case ElementKind::Boolean:
-      return buildBoolean(described);
-    case ElementKind::String:
-    case ElementKind::StringReg:
-      return buildString(described);
-    case ElementKind::Enumeration:
-      return buildEnumeration(described);
-    case ElementKind::Command:
-      return withHeader<CommandNode>(described);
-    case ElementKind::Category:
-      return buildCategory(described);
-    default:
-      return buildInteger(described);
-  }
+void buildNode(NodeVariant& node, const NodeIndex& index, const Links& links, const LinkedNode& found,
+               std::string_view category) {
+  using Make = void (*)(NodeVariant&, const Described&);
+  // In the order of NodeType.
+  constexpr Make makers[] = {makeKind<IntegerNode>, makeKind<FloatNode>,       makeKind<BooleanNode>,
+                             makeKind<StringNode>,  makeKind<EnumerationNode>, makeKind<CommandNode>,
+                             makeKind<CategoryNode>};
+  makers[static_cast<std::size_t>(found.facts->shownAs.value())](node, {index, links, found, category});
 }
 
 }  // namespace vireo::genicam

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "feature_list.h"
-#include "node_index.h"
-#include "resolver.h"
+#include <string_view>
+
+#include "links.h"
 #include "vireo/genicam/node.h"
 
 namespace vireo::genicam {
 
-/// The node of a sound feature, as the description has it before a camera is asked.
-NodeVariant buildNode(const NodeIndex& index, Resolver& resolver, const Feature& feature);
+/// Makes `node` that of a sound feature, as the description has it before a camera is asked.
+void buildNode(NodeVariant& node, const NodeIndex& index, const Links& links, const LinkedNode& found,
+               std::string_view category);
 
 }  // namespace vireo::genicam

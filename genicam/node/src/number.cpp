@@ -9,8 +9,8 @@
 namespace vireo::genicam {
 namespace {
 
-constexpr std::uint64_t kTwoTo63Bits = std::uint64_t{1} << 63;
-constexpr double kTwoTo63 = 9223372036854775808.0;
+constexpr std::uint64_t twoTo63Bits = std::uint64_t{1} << 63;
+constexpr double twoTo63 = 9223372036854775808.0;
 
 bool equalsIgnoringCase(std::string_view text, std::string_view lower) {
   const auto same = [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a - 'A' + 'a' : a) == b; };
@@ -70,18 +70,20 @@ std::string_view trimmed(std::string_view text) {
   return text;
 }
 
-std::optional<std::int64_t> parseInteger(std::string_view text) {
+std::optional<Number> parseInteger(std::string_view text) {
+  constexpr Number lowest = std::numeric_limits<std::int64_t>::min();
   std::string_view digits = trimmed(text);
   const bool negative = takePrefix(digits, '-');
   if (!negative) takePrefix(digits, '+');
   if (const std::optional<std::uint64_t> magnitude = parseMagnitude(digits)) {
-    if (negative && *magnitude > kTwoTo63Bits) return std::numeric_limits<std::int64_t>::min();
-    return static_cast<std::int64_t>(negative ? 0 - *magnitude : *magnitude);
+    if (negative)
+      return *magnitude > twoTo63Bits ? lowest : Number(static_cast<std::int64_t>(0 - *magnitude));
+    return *magnitude < twoTo63Bits ? Number(static_cast<std::int64_t>(*magnitude)) : Number(*magnitude);
   }
   const std::optional<double> number = parseDecimal(digits);
   if (!number || !(*number >= 0)) return std::nullopt;
-  if (*number < kTwoTo63) return static_cast<std::int64_t>(negative ? -*number : *number);
-  return negative ? std::optional(std::numeric_limits<std::int64_t>::min()) : std::nullopt;
+  if (*number < twoTo63) return static_cast<std::int64_t>(negative ? -*number : *number);
+  return negative ? std::optional(lowest) : std::nullopt;
 }
 
 std::optional<double> parseFloat(std::string_view text) {
@@ -103,16 +105,16 @@ std::optional<bool> parseBoolean(std::string_view text) {
   const std::string_view word = trimmed(text);
   if (equalsIgnoringCase(word, "true") || equalsIgnoringCase(word, "yes")) return true;
   if (equalsIgnoringCase(word, "false") || equalsIgnoringCase(word, "no")) return false;
-  const std::optional<std::int64_t> number = parseInteger(word);
-  if (!number) return std::nullopt;
-  return *number != 0;
+  const std::optional<Number> number = parseInteger(word);
+  return number ? std::optional(!isZero(*number)) : std::nullopt;
 }
 
 std::int64_t toInteger(const Number& number) {
   if (const auto* const integer = std::get_if<std::int64_t>(&number)) return *integer;
+  if (const auto* const high = std::get_if<std::uint64_t>(&number)) return static_cast<std::int64_t>(*high);
   const double value = std::get<double>(number);
-  if (value >= kTwoTo63) return std::numeric_limits<std::int64_t>::max();
-  if (value < -kTwoTo63) return std::numeric_limits<std::int64_t>::min();
+  if (value >= twoTo63) return std::numeric_limits<std::int64_t>::max();
+  if (value < -twoTo63) return std::numeric_limits<std::int64_t>::min();
   return static_cast<std::int64_t>(value);
 }
 

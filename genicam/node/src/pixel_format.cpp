@@ -19,7 +19,7 @@ struct Family {
 };
 
 // Longer prefixes first where one begins another. RGBA and BGRA are the older spelling of RGBa and BGRa.
-constexpr std::array kFamilies = {
+constexpr std::array families = {
     Family{"Mono", 1},      Family{"BayerGR", 1}, Family{"BayerRG", 1},    Family{"BayerGB", 1},
     Family{"BayerBG", 1},   Family{"RGBa", 4},    Family{"BGRa", 4},       Family{"RGBA", 4},
     Family{"BGRA", 4},      Family{"RGB", 3},     Family{"BGR", 3},        Family{"R", 1},
@@ -32,7 +32,7 @@ struct Exception {
   std::string_view name;
   Bits bits;
 };
-constexpr std::array kExceptions = {
+constexpr std::array exceptions = {
     Exception{"RGB10V1Packed", 32}, Exception{"RGB10V2Packed", 32}, Exception{"BGR10V1Packed", 32},
     Exception{"BGR10V2Packed", 32}, Exception{"RGB12V1Packed", 36}, Exception{"BGR12V1Packed", 36},
 };
@@ -102,15 +102,27 @@ Bits packedBits(Bits components, Bits bits) {
   return bits == 10 ? 12 : bits;
 }
 
+// A word of its own, such as Polarized: a capital and small letters.
+bool skipWord(std::string_view& text) {
+  const auto isSmall = [](char c) { return c >= 'a' && c <= 'z'; };
+  if (text.size() < 2 || text[0] < 'A' || text[0] > 'Z' || !isSmall(text[1])) return false;
+  const auto end = std::find_if_not(text.begin() + 1, text.end(), isSmall);
+  text.remove_prefix(static_cast<std::size_t>(end - text.begin()));
+  return true;
+}
+
 // What follows the bits of a component says how they are stored: p and pmsb without gaps, p32 and a32 in one
 // aligned word, c3a32 three components in one word, otherwise whole bytes a component.
 std::optional<Bits> storedBits(Bits components, Bits bits, std::string_view storage) {
   skip(storage, "s") || skip(storage, "f");
   const std::string_view packing = storage.substr(0, storage.find('_'));
   if (!isOrder(storage.substr(packing.size()))) return std::nullopt;
-  if (packing.empty() || packing == "Planar" || packing == "Signed") return components * wholeBytes(bits);
-  if (packing == "p" || packing == "pmsb") return components * bits;
+  if (packing == "p" || packing == "P" || packing == "pmsb") return components * bits;
   if (packing == "Packed") return packedBits(components, bits);
+  // Planar, Signed, and words of makers' own or misspelt, such as Plannar.
+  std::string_view words = packing;
+  while (skipWord(words)) continue;
+  if (words.empty()) return components * wholeBytes(bits);
   std::string_view rest = packing;
   std::optional<Bits> shared = components;
   if (skip(rest, "c")) {
@@ -147,22 +159,26 @@ std::optional<Bits> lumaChromaBits(std::string_view rest) {
 }
 
 std::optional<Bits> colourBits(std::string_view name) {
-  for (const Family& family : kFamilies) {
+  for (const Family& family : families) {
     std::string_view rest = name;
     if (!skip(rest, family.prefix)) continue;
     // One digit a component: the whole pixel fills 16 bits.
     if (family.components == 3 && (skip(rest, "565") || skip(rest, "555"))) return storedBits(1, 16, rest);
+    while (skipWord(rest)) continue;  // BayerRGPolarized12p
     if (const std::optional<Bits> bits = skipBits(rest)) return storedBits(family.components, *bits, rest);
   }
   return std::nullopt;
 }
 
 std::optional<Bits> bitsPerPixel(std::string_view name) {
-  for (const Exception& exception : kExceptions) {
+  for (const Exception& exception : exceptions) {
     if (name == exception.name) return exception.bits;
   }
   std::string_view rest = name;
-  if (skip(rest, "YUV") || skip(rest, "YCbCr")) return lumaChromaBits(rest);
+  for (const char* const order : {"YUYV", "UYVY", "YVYU", "VYUY"}) {
+    if (skip(rest, order)) return isOlderLumaChroma(rest) ? std::optional<Bits>(16) : std::nullopt;
+  }
+  if (skip(rest, "YUV") || skip(rest, "YCbCr") || skip(rest, "YCBCR")) return lumaChromaBits(rest);
   Bits components = 0;
   if (skip(rest, "BiColor")) {
     skipLetters(rest);  // the pattern of four letters covers two pixels
@@ -180,10 +196,25 @@ std::optional<Bits> bitsPerPixel(std::string_view name) {
   return storedBits(components, *bits, rest);
 }
 
+// A name behind a maker's prefix: CustomBayerRG14.
+std::optional<Bits> bitsBehindPrefix(std::string_view name) {
+  constexpr std::size_t longestName = 100;
+  if (name.size() > longestName) return std::nullopt;
+  for (const char* const start :
+       {"Mono", "Bayer", "Polarized", "BiColor", "Coord3D_", "RGB", "BGR", "YUV", "YCbCr"}) {
+    const std::size_t at = name.find(start, 1);
+    if (at == std::string_view::npos) continue;
+    if (const std::optional<Bits> bits = bitsPerPixel(name.substr(at))) return bits;
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::uint32_t bytesPerPixel(const std::string& pixelFormat) {
-  const Bits bits = bitsPerPixel(pixelFormat).value_or(8);
+  std::optional<Bits> known = bitsPerPixel(pixelFormat);
+  if (!known) known = bitsBehindPrefix(pixelFormat);
+  const Bits bits = known.value_or(8);
   return std::max<std::uint32_t>(1, (bits + 7) / 8);
 }
 

@@ -1,98 +1,63 @@
 // SPDX-License-Identifier: MIT
 #include "properties.h"
 
-#include <algorithm>
 #include <array>
-#include <bit>
-#include <string_view>
 #include <utility>
 
-#include "document.h"
-#include "number.h"
+#include "name_table.h"
 
 namespace vireo::genicam {
 namespace {
 
-constexpr auto kCount = static_cast<std::size_t>(Property::Count);
-static_assert(kCount <= 32, "a bit for each");
-constexpr std::size_t kUsual = 8;  // properties of one element, mostly
-
 using PropertyName = std::pair<std::string_view, Property>;
 
-// Shorter names first: most comparisons end at the length or the first letter.
-constexpr bool before(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return a.size() < b.size();
-  return a.front() != b.front() ? a.front() < b.front() : a < b;
-}
-
-constexpr std::array kNames = {
+constexpr std::array propertyRows = {
+    PropertyName{"AccessMode", Property::AccessMode},
     PropertyName{"Bit", Property::Bit},
+    PropertyName{"Constant", Property::Constant},
+    PropertyName{"Description", Property::Description},
+    PropertyName{"DisplayName", Property::DisplayName},
+    PropertyName{"Expression", Property::Expression},
+    PropertyName{"Formula", Property::Formula},
+    PropertyName{"FormulaFrom", Property::FormulaFrom},
+    PropertyName{"ImposedAccessMode", Property::ImposedAccessMode},
     PropertyName{"Inc", Property::Inc},
     PropertyName{"LSB", Property::LSB},
+    PropertyName{"Length", Property::Length},
     PropertyName{"MSB", Property::MSB},
     PropertyName{"Max", Property::Max},
     PropertyName{"Min", Property::Min},
+    PropertyName{"OnValue", Property::OnValue},
+    PropertyName{"Representation", Property::Representation},
     PropertyName{"Sign", Property::Sign},
+    PropertyName{"ToolTip", Property::ToolTip},
     PropertyName{"Unit", Property::Unit},
+    PropertyName{"Value", Property::Value},
+    PropertyName{"ValueDefault", Property::ValueDefault},
+    PropertyName{"ValueIndexed", Property::ValueIndexed},
+    PropertyName{"Visibility", Property::Visibility},
     PropertyName{"pInc", Property::PInc},
+    PropertyName{"pIndex", Property::PIndex},
+    PropertyName{"pIsAvailable", Property::PIsAvailable},
+    PropertyName{"pIsImplemented", Property::PIsImplemented},
+    PropertyName{"pIsLocked", Property::PIsLocked},
     PropertyName{"pMax", Property::PMax},
     PropertyName{"pMin", Property::PMin},
-    PropertyName{"Value", Property::Value},
-    PropertyName{"Length", Property::Length},
-    PropertyName{"pIndex", Property::PIndex},
     PropertyName{"pValue", Property::PValue},
-    PropertyName{"Formula", Property::Formula},
-    PropertyName{"OnValue", Property::OnValue},
-    PropertyName{"ToolTip", Property::ToolTip},
-    PropertyName{"pIsLocked", Property::PIsLocked},
-    PropertyName{"AccessMode", Property::AccessMode},
-    PropertyName{"Visibility", Property::Visibility},
-    PropertyName{"Description", Property::Description},
-    PropertyName{"DisplayName", Property::DisplayName},
-    PropertyName{"pIsAvailable", Property::PIsAvailable},
-    PropertyName{"Representation", Property::Representation},
-    PropertyName{"pIsImplemented", Property::PIsImplemented},
-    PropertyName{"ImposedAccessMode", Property::ImposedAccessMode},
+    PropertyName{"pValueCopy", Property::PValueCopy},
+    PropertyName{"pValueDefault", Property::PValueDefault},
+    PropertyName{"pValueIndexed", Property::PValueIndexed},
+    PropertyName{"pVariable", Property::PVariable},
 };
-static_assert(kNames.size() == kCount);
-static_assert(std::is_sorted(kNames.begin(), kNames.end(), [](const PropertyName& a, const PropertyName& b) {
-  return before(a.first, b.first);
-}));
+static_assert(propertyRows.size() == static_cast<std::size_t>(Property::Count));
 
-bool isEmpty(pugi::xml_node element) {
-  return *element.value() == '\0' && !element.first_child();
-}
+constexpr NameTable propertiesByName(propertyRows);
 
 }  // namespace
 
-Properties::Properties(pugi::xml_node element) {
-  const auto isBefore = [](const PropertyName& entry, std::string_view name) {
-    return before(entry.first, name);
-  };
-  for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
-    const std::string_view name = child.name();
-    const auto* const found = std::lower_bound(kNames.begin(), kNames.end(), name, isBefore);
-    if (found == kNames.end() || found->first != name || has(found->second) || isEmpty(child)) continue;
-    if (children.empty()) children.reserve(kUsual);
-    children.insert(children.begin() + place(found->second), child);
-    present |= bit(found->second);
-  }
-}
-
-std::ptrdiff_t Properties::place(Property property) const {
-  return std::popcount(present & (bit(property) - 1));
-}
-
-std::string Properties::text(Property property) const {
-  return has(property) ? textOf(children.begin()[place(property)]) : std::string();
-}
-
-std::optional<std::int64_t> Properties::integer(Property property) const {
-  return parseInteger(text(property));
-}
-
-std::optional<double> Properties::number(Property property) const {
-  return parseFloat(text(property));
+std::optional<Property> propertyNamed(const char* element) {
+  const Property* const property = propertiesByName.find(element);
+  return property == nullptr ? std::nullopt : std::optional(*property);
 }
 
 }  // namespace vireo::genicam

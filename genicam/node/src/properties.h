@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstddef>
+#include <bit>
 #include <cstdint>
 #include <optional>
-#include <pugixml.hpp>
-#include <string>
-#include <vector>
 
 namespace vireo::genicam {
 
@@ -14,9 +11,12 @@ namespace vireo::genicam {
 enum class Property : std::uint8_t {
   AccessMode,
   Bit,
+  Constant,
   Description,
   DisplayName,
+  Expression,
   Formula,
+  FormulaFrom,
   ImposedAccessMode,
   Inc,
   LSB,
@@ -30,6 +30,8 @@ enum class Property : std::uint8_t {
   ToolTip,
   Unit,
   Value,
+  ValueDefault,
+  ValueIndexed,
   Visibility,
   PInc,
   PIndex,
@@ -39,27 +41,36 @@ enum class Property : std::uint8_t {
   PMax,
   PMin,
   PValue,
+  PValueCopy,
+  PValueDefault,
+  PValueIndexed,
+  PVariable,
   Count,
 };
 
-/// The first child of each property of one element that is not empty, found in one walk over its children.
-class Properties {
- public:
-  explicit Properties(pugi::xml_node element);
+std::optional<Property> propertyNamed(const char* element);
 
-  bool has(Property property) const { return (present & bit(property)) != 0; }
-  std::string text(Property property) const;  ///< empty when there is none
-  std::optional<std::int64_t> integer(Property property) const;
-  std::optional<double> number(Property property) const;
+/// Which properties a node has, a bit for each.
+class PropertySet {
+ public:
+  bool has(Property property) const { return (bits_ & bit(property)) != 0; }
+  void add(Property property) { bits_ |= bit(property); }
+  /// How many of those that it has stand before this one.
+  std::uint32_t place(Property property) const {
+    return static_cast<std::uint32_t>(std::popcount(bits_ & (bit(property) - 1)));
+  }
+  /// Calls `visit` with each, in the order of `Property`.
+  template <typename Visit>
+  void forEach(const Visit& visit) const {
+    for (std::uint64_t rest = bits_; rest != 0; rest &= rest - 1)
+      visit(static_cast<Property>(std::countr_zero(rest)));
+  }
 
  private:
-  static std::uint32_t bit(Property property) { return std::uint32_t{1} << static_cast<unsigned>(property); }
+  static std::uint64_t bit(Property property) { return std::uint64_t{1} << static_cast<unsigned>(property); }
 
-  std::ptrdiff_t place(Property property) const;  ///< among the children
-
-  // Most elements have few of the properties, and a description has very many elements.
-  std::uint32_t present = 0;
-  std::vector<pugi::xml_node> children;  ///< of those present, in the order of their bits
+  std::uint64_t bits_ = 0;
 };
+static_assert(static_cast<unsigned>(Property::Count) <= 64, "a bit for each");
 
 }  // namespace vireo::genicam

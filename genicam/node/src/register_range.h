@@ -5,17 +5,16 @@
 
 #include "node_index.h"
 #include "number.h"
-#include "properties.h"
 
 namespace vireo::genicam {
 
-struct RegisterRange {
+struct Range {
   Number min;
   Number max;
 };
 
 /// What a numeric register can hold by its length, sign and bits. Nothing for other nodes, or when the
 /// description does not say.
-std::optional<RegisterRange> registerRange(ElementKind kind, const Properties& properties, bool isSigned);
+std::optional<Range> registerRange(const NodeIndex& index, NodeId id, bool isSigned);
 
 }  // namespace vireo::genicam

@@ -8,8 +8,8 @@
 namespace vireo::genicam {
 namespace {
 
-constexpr int kMaxCharacters = 80;
-constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+constexpr int maxCharacters = 80;
+constexpr std::string_view replacement = "\xEF\xBF\xBD";
 
 // The length of the UTF-8 sequence that `text` begins with; 0 for none, an overlong one or a surrogate.
 std::size_t sequenceLength(std::string_view text) {
@@ -32,7 +32,7 @@ std::size_t sequenceLength(std::string_view text) {
 // Those of ASCII, and U+0080 to U+009F, two bytes each.
 bool isControl(std::string_view character) {
   const auto first = static_cast<unsigned char>(character[0]);
-  if (first < 0x20 || first == 0x7F) return true;
+  if (first < 0x20) return true;
   return first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
 }
 
@@ -56,7 +56,7 @@ std::string shown(std::string_view text) {
     if (isBreak(first)) {
       shown += first;
     } else {
-      shown += character.empty() ? kReplacement : character;
+      shown += character.empty() ? replacement : character;
     }
   }
   return shown;
@@ -64,30 +64,42 @@ std::string shown(std::string_view text) {
 
 // Nearly all texts are plain ASCII, so eight bytes are looked at together. Where fewer are left, they count
 // as none of ASCII's.
-constexpr std::size_t kEight = sizeof(std::uint64_t);
-constexpr std::uint64_t kInEach = 0x0101010101010101;
+constexpr std::size_t wordBytes = sizeof(std::uint64_t);
+constexpr std::uint64_t inEachByte = 0x0101010101010101;
 
 std::uint64_t nextEight(std::string_view text) {
   std::uint64_t eight = 0;
-  if (text.size() < kEight) return kInEach * 0x80;
-  std::memcpy(&eight, text.data(), kEight);
+  if (text.size() < wordBytes) return inEachByte * 0x80;
+  std::memcpy(&eight, text.data(), wordBytes);
   return eight;
 }
 
 bool isAscii(std::uint64_t eight) {
-  return (eight & kInEach * 0x80) == 0;
+  return (eight & inEachByte * 0x80) == 0;
 }
 
-// A byte above 0x7E or below 0x20 sets the high bit of one of the three; what it carries is never missed.
+// The same of a longer stretch at once.
+constexpr std::size_t blockBytes = 8 * wordBytes;
+
+bool isAsciiBlock(std::string_view text) {
+  std::uint64_t all = 0;
+  if (text.size() < blockBytes) return false;
+  for (std::size_t at = 0; at < blockBytes; at += wordBytes) all |= nextEight(text.substr(at));
+  return isAscii(all);
+}
+
+// A byte above 0x7F or below 0x20 sets the high bit of one of the two; what it carries is never missed.
 bool isShownAscii(std::uint64_t eight) {
-  return isAscii(eight | (eight + kInEach) | (eight - kInEach * 0x20));
+  return isAscii(eight | (eight - inEachByte * 0x20));
 }
 
 }  // namespace
 
 bool isUtf8(std::string_view text) {
   while (!text.empty()) {
-    const std::size_t length = isAscii(nextEight(text)) ? kEight : sequenceLength(text);
+    const std::size_t length = isAsciiBlock(text)         ? blockBytes
+                               : isAscii(nextEight(text)) ? wordBytes
+                                                          : sequenceLength(text);
     if (length == 0) return false;
     text.remove_prefix(length);
   }
@@ -95,10 +107,23 @@ bool isUtf8(std::string_view text) {
 }
 
 bool isPlain(std::string_view text) {
-  const auto isShown = [](char c) { return (c >= 0x20 && c < 0x7F) || isBreak(c); };
+  const auto isShown = [](char c) {
+    return (c >= 0x20 && static_cast<unsigned char>(c) < 0x80) || isBreak(c);
+  };
   std::string_view rest = text;
-  while (isShownAscii(nextEight(rest))) rest.remove_prefix(kEight);
+  while (isShownAscii(nextEight(rest))) rest.remove_prefix(wordBytes);
   return std::all_of(rest.begin(), rest.end(), isShown) || shown(text) == text;
+}
+
+bool isPlainAscii(std::string_view text) {
+  // No early end, so that the compiler makes vector instructions of it. As a signed number, what is not ASCII
+  // is below a blank as well.
+  signed char odd = 0;
+  for (const char c : text) {
+    const auto byte = static_cast<signed char>(c);
+    odd |= static_cast<signed char>((byte < ' ') & (byte != '\n') & (byte != '\t') & (byte != '\r'));
+  }
+  return odd == 0;
 }
 
 std::string plain(std::string_view text) {
@@ -107,7 +132,7 @@ std::string plain(std::string_view text) {
 
 std::string oneLine(std::string_view text) {
   std::string line;
-  for (int count = 0; count < kMaxCharacters && !text.empty(); ++count) {
+  for (int count = 0; count < maxCharacters && !text.empty(); ++count) {
     const std::string_view character = takeCharacter(text);
     line += character.empty() ? "?" : character;
   }

@@ -8,8 +8,13 @@ namespace vireo::genicam {
 
 bool isUtf8(std::string_view text);
 
-/// Whether `text` can be shown as it is: UTF-8 without control characters other than tab and line end.
+/// Whether `text` can be shown as it is: UTF-8 without control characters other than tab, line end and
+/// U+007F.
 bool isPlain(std::string_view text);
+
+/// Whether every part of `text` is plain for sure: it is ASCII without control characters other than white
+/// space.
+bool isPlainAscii(std::string_view text);
 
 /// `text` with U+FFFD for each byte or character that cannot be shown.
 std::string plain(std::string_view text);

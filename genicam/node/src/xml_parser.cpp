@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "vireo/genicam/xml_parser.h"
 
-#include "brio/fnd/log.h"
+#include "access.h"
+#include "bounds.h"
+#include "brio/fnd/record.h"
 #include "document.h"
+#include "feature_details.h"
 #include "feature_list.h"
+#include "links.h"
 #include "node_builder.h"
 #include "node_index.h"
 #include "resolver.h"
@@ -11,26 +15,56 @@
 
 namespace vireo::genicam {
 
-NodeMap XmlParser::parse(const std::string& xml) {
-  pugi::xml_document document;
-  const NodeIndex index(readDocument(xml, document));
-  const FeatureList list = listFeatures(index);
-  Resolver resolver(index);
-  // Without a Root every constant is listed like a feature, though hardly anybody means to write it.
-  if (list.hasRoot) resolver.markWritable(list.features);
+namespace {
+
+void recordFaults(const NodeIndex& index, const Links& links, const LinkedNode& node) {
+  const std::string_view name = index[node.id].name;
+  if (isDangling(index, node))
+    BRIO_LOG_DEBUG("feature '{}' stands alone: pValue '{}' names no node", oneLine(name),
+                   oneLine(index.text(node.id, Property::PValue)));
+  if (node.isContradictory)
+    BRIO_LOG_DEBUG("range of feature '{}' is left out: {}", oneLine(name),
+                   contradictionText(index, links, node));
+}
+
+/// Calls `take` for each sound feature with its place in the node map, the index, and its linked node.
+template <typename Take>
+NodeMap parseFeatures(const std::string& xml, const Take& take) {
+  Document document(xml);
+  const NodeIndex index(document);
+  const FeatureList features = listFeatures(index);
+  Links links(index, features.ids);
+  resolve(index, links, features);
   NodeMap nodes;
-  for (const Feature& feature : list.features) {
-    const std::string_view name = index[feature.id].name;
-    const Resolved& resolved = resolver.resolve(feature.id);
-    if (!resolved.fault.empty()) {
-      BRIO_LOG_DEBUG("feature '{}' is left out: {}", oneLine(name), resolved.fault);
+  for (std::size_t i = 0; i < features.ids.size(); ++i) {
+    const LinkedNode& node = links.nodes[i];
+    const std::string_view name = index[node.id].name;
+    if (node.offer.fault != Fault::None) {
+      BRIO_LOG_DEBUG("feature '{}' is left out: {}", oneLine(name), faultText(index, links, node));
       continue;
     }
-    if (!resolved.boundsFault.empty())
-      BRIO_LOG_DEBUG("range of feature '{}' is left out: {}", oneLine(name), resolved.boundsFault);
-    nodes.emplace(name, buildNode(index, resolver, feature));
+    recordFaults(index, links, node);
+    const auto [made, isNew] = nodes.try_emplace(std::string(name));
+    if (!isNew) continue;
+    buildNode(made->second, index, links, node, features.categories[i]);
+    take(made->first, index, node);
   }
   return nodes;
+}
+
+}  // namespace
+
+NodeMap XmlParser::parse(const std::string& xml) {
+  return parseFeatures(xml, [](const std::string&, const NodeIndex&, const LinkedNode&) {});
+}
+
+DetailedFeatures parseWithDetails(const std::string& xml) {
+  DetailedFeatures features;
+  features.nodes =
+      parseFeatures(xml, [&](const std::string& name, const NodeIndex& index, const LinkedNode& node) {
+        features.details.emplace_hint(features.details.end(), name, detailsOf(index, node));
+      });
+  return features;
 }
 
 }  // namespace vireo::genicam

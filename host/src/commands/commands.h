@@ -1,20 +1,30 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "../command_line.h"
+#include "commands/command_line.h"
 
 namespace vireo::host {
 
-// Each adds one group of commands to the command line.
+// Each adds a command to the command line; its file has its name.
 
-void AddDiscoveryCommands(CommandLine& line);  ///< cameras, info
-void AddListCommands(CommandLine& line);       ///< list, describe, xml
-void AddParameterCommands(CommandLine& line);  ///< get, set, run
-void AddSettingsCommands(CommandLine& line);   ///< save, load, diff
+void AddCamerasCommand(CommandLine& line);
+void AddInfoCommand(CommandLine& line);
+void AddListCommand(CommandLine& line);
+void AddDescribeCommand(CommandLine& line);
+void AddXmlCommand(CommandLine& line);
+void AddGetCommand(CommandLine& line);
+void AddSetCommand(CommandLine& line);
+void AddRunCommand(CommandLine& line);
+void AddSaveCommand(CommandLine& line);
+void AddLoadCommand(CommandLine& line);
+void AddDiffCommand(CommandLine& line);
 void AddGrabCommand(CommandLine& line);
-void AddWatchCommands(CommandLine& line);  ///< watch, bench
+void AddWatchCommand(CommandLine& line);
+void AddBenchCommand(CommandLine& line);
 void AddViewCommand(CommandLine& line);
 void AddSimulateCommand(CommandLine& line);
-void AddManualCommands(CommandLine& line);  ///< help; for the build, man page and shell completion
+void AddHelpCommand(CommandLine& line);
+void AddCompleteCommand(CommandLine& line);  ///< for the shell's completion
+void AddManualCommand(CommandLine& line);    ///< for the build: man page and shell completion
 
 }  // namespace vireo::host

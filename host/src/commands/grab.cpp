@@ -1,83 +1,158 @@
 // SPDX-License-Identifier: MIT
 #include <fmt/format.h>
+#include <unistd.h>
 
-#include <map>
+#include <algorithm>
 #include <memory>
 #include <optional>
 
-#include "../camera.h"
-#include "../console.h"
-#include "../frame_saver.h"
-#include "../frame_stream.h"
-#include "../interrupt.h"
-#include "../parameter_values.h"
-#include "../progress_line.h"
-#include "commands.h"
+#include "camera/stream.h"
+#include "commands/commands.h"
+#include "commands/completeness.h"
+#include "commands/progress_line.h"
+#include "pictures/frame_pipe.h"
+#include "pictures/frame_saver.h"
+#include "terminal/console.h"
+#include "terminal/interrupt.h"
+#include "terminal/text.h"
 
 namespace vireo::host {
 namespace {
 
 struct GrabOptions {
   std::int64_t frames = 1;
-  std::string format;  // as it is written; empty: the format that suits
+  std::string format;  // of --format; empty when that is not given
+  bool stack = false;
   SaveOptions save;
   double patience = 10.0;
+  bool allowLost = false;
 };
 
 constexpr std::int64_t mostFrames = 1'000'000'000;
 
-const std::map<std::string, FileFormat> formats = {
-    {"png", FileFormat::Png}, {"tiff", FileFormat::Tiff}, {"raw", FileFormat::Raw}};
+std::vector<std::string> formatNames() {
+  std::vector<std::string> names;
+  for (const FrameFormat* const format : FrameFormats()) names.emplace_back(format->name);
+  return names;
+}
 
-std::string framesText(std::uint64_t frames) {
-  return frames == 1 ? "1 frame" : fmt::format("{} frames", frames);
+std::string formatHelp() {
+  std::vector<std::string> texts;
+  for (const FrameFormat* const format : FrameFormats()) {
+    texts.push_back(fmt::format("{}: {}", format->name, format->holds));
+  }
+  return fmt::format("{}", fmt::join(texts, "; "));
+}
+
+bool goesToStandardOutput(const GrabOptions& options) {
+  return options.save.directory == "-";
+}
+
+void checkStandardOutput(const GrabOptions& options) {
+  const bool raw = options.format.empty() || options.format == rawFormat.name;
+  if (options.stack || !raw) {
+    throw Failure(ExitStatus::WrongUsage, "-o - writes raw frames: leave --stack and --format out");
+  }
+  if (isatty(STDOUT_FILENO) == 1) {
+    throw Failure(ExitStatus::WrongUsage, "-o - writes raw frames: send them to a program or a file");
+  }
+}
+
+const FrameFormat* chosenFormat(const GrabOptions& options) {
+  if (options.stack && !options.format.empty() && options.format != stackFormat.name) {
+    throw Failure(ExitStatus::WrongUsage,
+                  fmt::format("--stack makes a TIFF file: leave --format {} out", options.format));
+  }
+  if (options.stack) return &stackFormat;
+  const auto isNamed = [&](const FrameFormat* format) { return format->name == options.format; };
+  const auto named = std::find_if(FrameFormats().begin(), FrameFormats().end(), isNamed);
+  return named == FrameFormats().end() ? options.save.format : *named;
 }
 
 std::string summary(const StreamStatistics& statistics, std::uint64_t saved, const GrabOptions& options) {
   const auto wanted = static_cast<std::uint64_t>(options.frames);
-  std::string text = saved < wanted ? fmt::format("{} of {}", saved, framesText(wanted)) : framesText(saved);
-  text += fmt::format(" in {}", options.save.directory.string());
+  std::string text =
+      saved < wanted ? fmt::format("{} of {}", saved, Counted(wanted, "frame")) : Counted(saved, "frame");
+  text += goesToStandardOutput(options) ? " written" : " in " + options.save.directory.string();
   if (saved > 1) {
     text += fmt::format(": {:.2f} s, {:.1f} frames/s, {:.1f} MB/s, {} lost, {} bad", statistics.Seconds(),
                         statistics.FrameRate(), statistics.MegabytesPerSecond(), statistics.Lost(),
-                        statistics.Faults().Bad());
+                        statistics.Bad());
   }
-  return text + '\n';
+  return text;
 }
 
 std::string savedText(std::uint64_t saved) {
-  return saved == 0 ? "nothing is saved"
-                    : fmt::format("{} {} saved", framesText(saved), saved == 1 ? "is" : "are");
+  if (saved == 0) return "nothing is saved";
+  return fmt::format("{} {} saved", Counted(saved, "frame"), saved == 1 ? "is" : "are");
 }
 
-void receive(FrameStream& stream, FrameSaver& saver, const GrabOptions& options) {
+void receive(FrameStream& stream, FrameSink& sink, const GrabOptions& options) {
   ProgressLine progress(options.frames);
-  stream.OnProgress([&](const StreamStatistics& statistics) { progress.Show(statistics); });
+  stream.OnProgress([&](const FrameStream& running) { progress.Show(running); });
   stream.Run([&](const common::FrameInfo& info, std::vector<std::uint8_t>& buffer) {
-    return saver.Save(info, buffer);
+    return sink.Save(info, buffer);
   });
+}
+
+std::unique_ptr<FrameSink> makeSink(Camera& camera, const GrabOptions& options) {
+  if (goesToStandardOutput(options)) return std::make_unique<FramePipe>(PixelFormatOf(camera));
+  return std::make_unique<FrameSaver>(options.save, PixelFormatOf(camera));
+}
+
+// What stopped it; what came until then is saved.
+std::optional<Failure> receiveAndSave(Camera& camera, FrameStream& stream, FrameSink& sink,
+                                      const GrabOptions& options) {
+  std::optional<Failure> failure;
+  try {
+    receive(stream, sink, options);
+  } catch (const std::exception& error) {
+    failure = camera.FailureBehind(error);
+  }
+  try {
+    sink.Finish();
+  } catch (const std::exception& error) {
+    if (!failure) failure = Failure(ExitStatus::Failed, error.what());
+  }
+  return failure;
 }
 
 ExitStatus grab(Camera& camera, const GrabOptions& options) {
   CatchInterrupts();
-  const std::string pixelFormat = camera.ValueOr("PixelFormat", "Mono8");
-  FrameSaver saver(options.save, pixelFormat);
+  const std::unique_ptr<FrameSink> sink = makeSink(camera, options);
   FrameStream stream(camera, {options.frames, std::nullopt, options.patience});
-  std::optional<Failure> failure;
-  try {
-    receive(stream, saver, options);
-  } catch (const std::exception& error) {
-    failure = camera.Explained(error);  // what came is saved first
+  if (const auto failure = receiveAndSave(camera, stream, *sink, options)) {
+    if (*failure->what() == '\0') throw *failure;  // the reader has seen enough
+    throw Failure(failure->status, fmt::format("{}; {}", failure->what(), savedText(sink->Saved())));
   }
-  try {
-    saver.Finish();
-  } catch (const std::exception& error) {
-    if (!failure) failure = Failure(ExitStatus::Failed, error.what());
+  const std::string text = summary(stream.Statistics(), sink->Saved(), options);
+  if (goesToStandardOutput(options)) {
+    PrintError(text);
+  } else {
+    Print(text + '\n');
   }
-  if (failure)
-    throw Failure(failure->status, fmt::format("{}; {}", failure->what(), savedText(saver.Saved())));
-  Print(summary(stream.Statistics(), saver.Saved(), options));
+  RequireComplete(stream, options.allowLost);
   return ExitStatus::Done;
+}
+
+void addOptions(CLI::App* command, GrabOptions& options) {
+  command->add_option("-n,--frames", options.frames, "Frames to grab; 0: until Ctrl-C")
+      ->check(WholeNumber(0, mostFrames))
+      ->type_name("N")
+      ->capture_default_str();
+  command
+      ->add_option("-o,--output", options.save.directory,
+                   "Directory for the files; - writes raw frames to standard output")
+      ->type_name("DIR")
+      ->capture_default_str();
+  command->add_option("-f,--format", options.format, formatHelp())
+      ->check(OneOf(formatNames()))
+      ->type_name(fmt::format("{}", fmt::join(formatNames(), "|")))
+      ->default_str(std::string(options.save.format->name));
+  command->add_flag("--stack", options.stack, std::string(stackFormat.holds));
+  command->add_flag("--force", options.save.force, "Overwrite existing files");
+  AddPatienceOption(command, options.patience);
+  AddAllowLostOption(command, options.allowLost);
 }
 
 }  // namespace
@@ -86,36 +161,11 @@ void AddGrabCommand(CommandLine& line) {
   const auto options = std::make_shared<GrabOptions>();
   CLI::App* const command =
       line.AddCommand("grab", "Save frames as files, and frames.csv about them", [&line, options] {
-        if (options->save.stack && !options->format.empty() && options->format != "tiff") {
-          throw Failure(ExitStatus::WrongUsage,
-                        fmt::format("--stack makes a TIFF file: leave --format {} out", options->format));
-        }
-        if (!options->format.empty()) options->save.format = formats.at(options->format);
+        if (goesToStandardOutput(*options)) checkStandardOutput(*options);
+        options->save.format = chosenFormat(*options);
         return WithCamera(line.camera, Use::Stream, [&](Camera& camera) { return grab(camera, *options); });
       });
-  command->add_option("-n,--frames", options->frames, "Frames to grab; 0: until Ctrl-C")
-      ->check(WholeNumber(0, mostFrames))
-      ->type_name("N")
-      ->capture_default_str();
-  command->add_option("-o,--output", options->save.directory, "Directory for the files")
-      ->type_name("DIR")
-      ->capture_default_str();
-  command
-      ->add_option(
-          "-f,--format", options->format,
-          "png: pixels scaled to 8 or 16 bits; tiff: the camera's own numbers; raw: the bytes as they came")
-      ->check(OneOf(NamesOf(formats)))
-      ->type_name("png|tiff|raw")
-      ->default_str("png");
-  command->add_flag("--stack", options->save.stack,
-                    "All frames into one TIFF file of many pages, frames.tiff");
-  command->add_flag("--force", options->save.force, "Overwrite existing files");
-  command
-      ->add_option("--patience", options->patience,
-                   "Seconds without any frame after which it fails; 0: never")
-      ->type_name("S")
-      ->check(Seconds())
-      ->capture_default_str();
+  addOptions(command, *options);
 }
 
 }  // namespace vireo::host

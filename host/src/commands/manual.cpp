@@ -2,18 +2,13 @@
 // The man page and the shell completion, made from the command line itself while building.
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <memory>
 
-#include "../console.h"
-#include "commands.h"
+#include "commands/commands.h"
+#include "terminal/console.h"
 
 namespace vireo::host {
 namespace {
-
-std::vector<CLI::App*> publicCommands(CommandLine& line) {
-  return line.app.get_subcommands([](CLI::App* command) { return !command->get_group().empty(); });
-}
 
 std::string roff(const std::string& text) {
   std::string escaped;
@@ -61,7 +56,7 @@ std::string manPage(CommandLine& line) {
       VIREO_CAM_VERSION, roff(line.app.get_description()));
   text += ".SH OPTIONS\nThese may stand before or after the command.\n" + optionLines(line.app);
   text += ".SH COMMANDS\n";
-  for (CLI::App* const command : publicCommands(line)) {
+  for (CLI::App* const command : line.ShownCommands()) {
     text += fmt::format(".SS {}\n{}.\n{}", roff(synopsis(*command)), roff(command->get_description()),
                         optionLines(*command));
   }
@@ -77,59 +72,109 @@ std::string longNames(CLI::App& app) {
   return fmt::format("{}", fmt::join(names, " "));
 }
 
+// What the program is asked for where a command takes names.
+std::string kindOfNames(const std::string& command) {
+  if (command == "set") return "settings";
+  if (command == "run") return "commands";
+  return command == "get" || command == "list" ? "features" : "files";
+}
+
+std::string kindOfValue(const CLI::Option& option) {
+  const std::string type = option.get_type_name();
+  if (type.find('|') != std::string::npos) return type;
+  if (type == "CAMERA") return "cameras";
+  return type == "FILE" || type == "DIR" ? "files" : "none";
+}
+
+// Lines of a shell's case that know, for COMMAND:OPTION, what the option's value is; a list of words has
+// bars.
+std::string valueCases(const std::string& command, CLI::App& app) {
+  std::string cases;
+  for (const CLI::Option* const option : app.get_options()) {
+    if (option->get_positional() || option->get_items_expected_max() == 0) continue;
+    std::vector<std::string> names;
+    for (const std::string& name : option->get_snames()) names.push_back(command + ":-" + name);
+    for (const std::string& name : option->get_lnames()) names.push_back(command + ":--" + name);
+    cases += fmt::format("    {}) kind='{}' ;;\n", fmt::join(names, " | "), kindOfValue(*option));
+  }
+  return cases;
+}
+
+constexpr const char* completionScript = R"(# bash completion for vireo-cam
+# Asks the program, about the camera that the line names.
+_vireo_cam_ask() {{
+  local i camera=()
+  for ((i = 1; i < COMP_CWORD; i++)); do
+    case ${{COMP_WORDS[i]}} in
+      -s | --simulate) camera=(--simulate) ;;
+      -a | --address)
+        [ "${{COMP_WORDS[i + 1]}}" = = ] && i=$((i + 1))
+        [ $((i + 1)) -lt "$COMP_CWORD" ] && camera=(--address "${{COMP_WORDS[i + 1]}}") ;;
+    esac
+  done
+  "${{COMP_WORDS[0]}}" "${{camera[@]}}" --timeout 0 complete "$@" 2>/dev/null
+}}
+_vireo_cam() {{
+  local current=${{COMP_WORDS[COMP_CWORD]}} before=${{COMP_WORDS[COMP_CWORD - 1]}} name= word command=
+  local words="{globals}" kind=files
+  # The shell makes three words of NAME=VALUE.
+  if [ "$current" = = ]; then
+    name=$before current=
+  elif [ "$before" = = ]; then
+    name=${{COMP_WORDS[COMP_CWORD - 2]}} before=$name
+  fi
+  for word in "${{COMP_WORDS[@]:1:COMP_CWORD-1}}"; do
+    case " {commands} " in *" $word "*) command=$word; break ;; esac
+  done
+  case $command in
+    '') kind='{bars}' ;;
+    help) kind='{bars}' ;;
+{cases}  esac
+  [ "$command" = set ] && [ -n "$name" ] && kind=values
+  case $command:$before in
+{values}  esac
+  case $kind:$current in
+    *:-*) ;;
+    *\|*) words=${{kind//|/ }} ;;
+    files:*) words=; compopt -o filenames 2>/dev/null; COMPREPLY=($(compgen -f -- "$current")); return ;;
+    none:*) words= ;;
+    *) words=$(_vireo_cam_ask "$kind" "$name") ;;
+  esac
+  COMPREPLY=($(compgen -W "$words" -- "$current"))
+  [[ ${{COMPREPLY[0]}} = *= ]] && compopt -o nospace 2>/dev/null
+  return 0
+}}
+complete -F _vireo_cam vireo-cam
+)";
+
 std::string completion(CommandLine& line) {
   std::vector<std::string> names;
   std::string cases;
-  for (CLI::App* const command : publicCommands(line)) {
-    names.push_back(command->get_name());
-    cases += fmt::format("    {}) words=\"$words {}\" ;;\n", command->get_name(), longNames(*command));
+  std::string values;
+  for (CLI::App* const command : line.ShownCommands()) {
+    const std::string name = command->get_name();
+    names.push_back(name);
+    if (name != "help")
+      cases += fmt::format("    {0}) words=\"$words {1}\" kind={2} ;;\n", name, longNames(*command),
+                           kindOfNames(name));
+    values += valueCases(name, *command);
   }
-  return fmt::format(R"(# bash completion for vireo-cam
-_vireo_cam() {{
-  local current=${{COMP_WORDS[COMP_CWORD]}} word command= words="{0}"
-  for word in "${{COMP_WORDS[@]:1:COMP_CWORD-1}}"; do
-    case " {1} " in *" $word "*) command=$word; break ;; esac
-  done
-  case $command in
-    '') words="$words {1}" ;;
-{2}  esac
-  COMPREPLY=($(compgen -W "$words" -- "$current"))
-  [ ${{#COMPREPLY[@]}} -gt 0 ] || COMPREPLY=($(compgen -f -- "$current"))
-}}
-complete -o filenames -F _vireo_cam vireo-cam
-)",
-                     longNames(line.app), fmt::join(names, " "), cases);
-}
-
-ExitStatus help(CommandLine& line, const std::string& name) {
-  CLI::App* shown = &line.app;
-  for (CLI::App* const command : publicCommands(line)) {
-    if (command->get_name() == name) shown = command;
-  }
-  if (!name.empty() && shown == &line.app) {
-    throw Failure(ExitStatus::WrongUsage,
-                  fmt::format("there is no command '{}': see 'vireo-cam --help'", name));
-  }
-  const std::string title = name.empty() ? "vireo-cam" : "vireo-cam " + name;
-  Print(shown->get_formatter()->make_help(shown, title, CLI::AppFormatMode::Normal));
-  return ExitStatus::Done;
+  // A command's own option comes first: -f may mean another thing elsewhere.
+  return fmt::format(completionScript, fmt::arg("globals", longNames(line.app)),
+                     fmt::arg("commands", fmt::join(names, " ")), fmt::arg("bars", fmt::join(names, "|")),
+                     fmt::arg("cases", cases), fmt::arg("values", values + valueCases("*", line.app)));
 }
 
 }  // namespace
 
-void AddManualCommands(CommandLine& line) {
-  const auto explained = std::make_shared<std::string>();
-  line.AddCommand("help", "Show this help, or a command's",
-                  [&line, explained] { return help(line, *explained); })
-      ->add_option("COMMAND", *explained, "Command to explain");
-
+void AddManualCommand(CommandLine& line) {
   const auto kind = std::make_shared<std::string>();
   CLI::App* const command =
       line.AddCommand("manual", "Print the man page or the bash completion", [&line, kind] {
         Print(*kind == "man" ? manPage(line) : completion(line));
         return ExitStatus::Done;
       });
-  command->group("");  // for the build, not for people
+  command->group("");  // not shown
   command->add_option("KIND", *kind, "man or completion")->required()->check(OneOf({"man", "completion"}));
 }
 

@@ -1,126 +1,240 @@
 // SPDX-License-Identifier: MIT
-#include "live_view.h"
+#include "view/live_view.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
+#include <utility>
 
-#include "../picture_file.h"
-#include "preview.h"
+#include "parameters/basic_parameters.h"
+#include "parameters/names.h"
+#include "pictures/png.h"
+#include "view/preview.h"
 
 namespace vireo::host {
 namespace {
 
-constexpr std::size_t widestPicture = 1024;
-constexpr std::array adjustableNames = {"ExposureTime", "Gain", "GainRaw", "AcquisitionFrameRate"};
+constexpr std::size_t widestPicture = 1024;  // pixels
+constexpr std::chrono::seconds changeTimeout(20);
+
+// What everybody adjusts, under the names that cameras have for it: the first one of a row that can be
+// written.
+using Names = std::vector<const char*>;
+const std::array<Names, 3> liveNames = {{
+    {"ExposureTime", "ExposureTimeAbs", "ExposureTimeRaw", "ExposureValue", "Shutter"},
+    {"Gain", "GainAbs", "GainRaw"},
+    {"AcquisitionFrameRate", "AcquisitionFrameRateAbs", "AcquisitionFrameRateRaw", "FrameRate"},
+}};
+const Names triggerNames = {"TriggerMode"};
+
+bool isLive(const std::string& name) {
+  const auto holds = [&](const Names& names) { return std::count(names.begin(), names.end(), name) != 0; };
+  return std::any_of(liveNames.begin(), liveNames.end(), holds);
+}
+
+Json parameterJson(Camera& camera, const common::Parameter& parameter) {
+  const common::ParameterMetadata& metadata = *parameter.metadata;
+  const IntegerForm form = FormOf(camera.Features(), parameter);
+  const Json value =
+      IsWhole(parameter, form) ? ValueToJson(parameter, form) : Json(ShownText(parameter, form));
+  Json json = {{"name", parameter.name}, {"value", value}, {"unit", metadata.unit}};
+  if (metadata.min) json["min"] = *metadata.min;
+  if (metadata.max) json["max"] = *metadata.max;
+  if (!metadata.entries.empty()) json["entries"] = metadata.entries;
+  if (std::holds_alternative<bool>(parameter.value)) json["entries"] = {"true", "false"};
+  return json;
+}
+
+std::string titleOf(Camera& camera) {
+  constexpr const char* address = "GevCurrentIPAddress";
+  if (!camera.Catalogue().contains(address)) return camera.Name();
+  const IntegerForm form{IntegerForm::Bits::Unsigned, IntegerForm::Notation::Ipv4};
+  return fmt::format("{} at {}", camera.Name(), ShownText(camera.Adapter().Read(address), form));
+}
 
 }  // namespace
 
-LiveView::LiveView(Camera& camera)
-    : camera_(camera), pixelFormat_(camera.ValueOr("PixelFormat", "Mono8")), layout_(LayoutOf(pixelFormat_)) {
-  scan();
+LiveView::LiveView(Camera& camera) : camera_(camera), writer_(camera), title_(titleOf(camera)) {
+  showParameters(writer_.LastScan());
 }
 
 void LiveView::Take(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer) {
   const std::lock_guard lock(mutex_);
-  frame_.bytes.resize(buffer.size());
-  std::swap(frame_.bytes, buffer);
+  frame_.buffer.resize(buffer.size());
+  std::swap(frame_.buffer, buffer);
   frame_.info = info;
-  ++frames_;
+  ++frame_.index;
 }
 
-void LiveView::Take(const StreamStatistics& statistics) {
+void LiveView::Take(const FrameStream& stream) {
+  const bool silent = !stream.Silence().empty();
   const std::lock_guard lock(mutex_);
-  statistics_ = statistics;
+  statistics_ = stream.Statistics();
+  trouble_ = silent ? stream.SilenceFailure().what() : "";
 }
 
-Picture LiveView::newest() const {
-  Frame frame;
+void LiveView::End(const Failure& failure) {
+  const std::lock_guard lock(mutex_);
+  trouble_ = failure.what();
+  ended_ = failure;
+  changed_.notify_all();
+}
+
+bool LiveView::ChangeWaits() const {
+  const std::lock_guard lock(mutex_);
+  return request_ != nullptr;
+}
+
+void LiveView::Change() {
+  Request request;
   {
     const std::lock_guard lock(mutex_);
-    if (frames_ == 0) throw std::runtime_error("no frame yet");
-    frame = frame_;
+    if (request_ == nullptr) return;
+    request = *request_;
   }
-  if (!layout_) throw std::runtime_error(fmt::format("{} frames are no plain picture", pixelFormat_));
-  return Develop(*layout_, static_cast<std::size_t>(frame.info.width),
-                 static_cast<std::size_t>(frame.info.height), std::span(frame.bytes).first(frame.info.size));
+  try {
+    write(request.name, request.value);
+  } catch (const std::exception& error) {
+    request.failure = camera_.FailureBehind(error);
+  }
+  request.done = true;
+  const std::lock_guard lock(mutex_);
+  if (request_ != nullptr) *std::exchange(request_, nullptr) = std::move(request);
+  frame_.index = 0;  // the frame of before may be of another size and format
+  changed_.notify_all();
+}
+
+Frame LiveView::newest() const {
+  const std::lock_guard lock(mutex_);
+  if (frame_.index == 0) throw std::runtime_error(trouble_.empty() ? "no frame yet" : trouble_);
+  if (!layout_) {
+    throw std::runtime_error(
+        fmt::format("{} frames are not a plain picture: choose another PixelFormat", pixelFormat_.name));
+  }
+  return frame_;
+}
+
+Picture LiveView::newestPicture() const {
+  const Frame frame = newest();
+  return Develop(*layout_, frame);
+}
+
+std::vector<unsigned char> LiveView::Preview(bool markSaturated) const {
+  const Picture picture = newestPicture();
+  const Picture small = host::Preview(picture, widestPicture);
+  return EncodePng(markSaturated ? MarkSaturated(small, picture, widestPicture) : small);
 }
 
 std::vector<unsigned char> LiveView::Png() const {
-  return EncodePng(Preview(newest(), widestPicture));
+  return EncodePng(newestPicture());
 }
 
-Json LiveView::State() const {
+Json LiveView::State(std::optional<PixelPlace> pixel) const {
   Json histogram = Json::array();
+  Json samples;
+  std::string trouble;
   try {
-    histogram = Histogram(newest());
-  } catch (const std::runtime_error&) {  // the page shows an empty one
+    const Frame frame = newest();
+    histogram = Histogram(Develop(*layout_, frame));
+    if (pixel) samples = pixelJson(frame, *pixel);
+  } catch (const std::runtime_error& error) {  // the page shows an empty histogram
+    trouble = error.what();
   }
   const std::lock_guard lock(mutex_);
-  Json adjustable = Json::array();
-  for (const auto& [name, parameter] : adjustable_) {
-    adjustable.push_back({{"name", name},
-                          {"value", ValueToJson(parameter)},
-                          {"min", parameter.metadata->min.value_or(0.0)},
-                          {"max", parameter.metadata->max.value_or(0.0)},
-                          {"unit", parameter.metadata->unit}});
-  }
-  return {{"frame_id", frame_.info.frameId},
-          {"frames", frames_},
-          {"frames_per_second", statistics_.FrameRate()},
-          {"megabytes_per_second", statistics_.MegabytesPerSecond()},
+  const auto rates = statistics_.LatestRates(StreamStatistics::Clock::now());
+  return {{"camera", title_},
+          {"trouble", trouble_.empty() ? trouble : trouble_},
+          {"frame_id", frame_.info.frameId},
+          {"width", frame_.info.width},
+          {"height", frame_.info.height},
+          {"frames", statistics_.Frames()},
+          {"frames_per_second", rates.frames},
+          {"megabytes_per_second", rates.megabytes},
           {"lost", statistics_.Lost()},
-          {"bad", statistics_.Faults().Bad()},
+          {"bad", statistics_.Bad()},
           {"histogram", histogram},
+          {"pixel", samples},
           {"basic", basic_},
-          {"adjustable", adjustable}};
+          {"adjustable", adjustableJson()}};
+}
+
+// The numbers of the camera: of a Bayer sensor one, not the colours that were made of it.
+Json LiveView::pixelJson(const Frame& frame, PixelPlace place) const {
+  const Picture picture = Unpack(*layout_, static_cast<std::size_t>(frame.info.width),
+                                 static_cast<std::size_t>(frame.info.height), frame.Bytes());
+  if (place.x >= picture.width || place.y >= picture.height) return {};
+  const auto first = picture.samples.begin() +
+                     static_cast<std::ptrdiff_t>((place.y * picture.width + place.x) * picture.channels);
+  return {{"x", place.x},
+          {"y", place.y},
+          {"samples", std::vector(first, first + static_cast<std::ptrdiff_t>(picture.channels))},
+          {"highest", (1u << picture.bits) - 1}};
+}
+
+Json LiveView::adjustableJson() const {
+  Json list = Json::array();
+  for (const std::string& name : adjustable_) list.push_back(writable_.at(name));
+  return list;
+}
+
+Json LiveView::Writable() const {
+  const std::lock_guard lock(mutex_);
+  Json list = Json::array();
+  for (const auto& [name, parameter] : writable_) list.push_back(parameter);
+  return list;
 }
 
 void LiveView::Set(const std::string& name, const Json& value) {
-  common::Parameter like;
-  {
-    const std::lock_guard lock(mutex_);
-    const auto offered = adjustable_.find(name);
-    if (offered == adjustable_.end()) {
-      throw Failure(ExitStatus::Failed, fmt::format("{} cannot be changed here", name));
-    }
-    like = offered->second;
+  if (isLive(name)) return write(name, value);
+  Request request{name, value, std::nullopt, false};
+  std::unique_lock lock(mutex_);
+  if (!changed_.wait_for(lock, changeTimeout, [&] { return request_ == nullptr; }))
+    throw Failure(ExitStatus::Failed, "another change is not done yet: try again");
+  request_ = &request;
+  const bool inTime = changed_.wait_for(lock, changeTimeout, [&] { return request.done || ended_; });
+  if (!request.done) request_ = nullptr;
+  if (ended_) throw Failure(*ended_);
+  if (!inTime) {
+    throw Failure(ExitStatus::Failed, fmt::format("{} is not changed: the camera does not answer", name));
   }
-  const common::Parameter wanted = ParseJson(like, value);
-  if (const auto objection = Objection(wanted, {{name, like}})) throw Failure(ExitStatus::Failed, *objection);
-  {
-    const std::lock_guard control(camera_.Control());
-    camera_.Adapter().Write(wanted);
-  }
-  scan();
+  if (request.failure) throw Failure(*request.failure);
 }
 
-void LiveView::scan() {
-  ParametersByName adjustable;
-  Json basic;
-  {
-    const std::lock_guard control(camera_.Control());
-    const ParametersByName scanned = ScanByName(camera_);
-    for (const char* const name : adjustableNames) {
-      const auto found = scanned.find(name);
-      if (found != scanned.end() && found->second.metadata->writable) adjustable[name] = found->second;
-    }
-    basic = basicParameters();
+void LiveView::write(const std::string& name, const Json& value) {
+  const std::lock_guard control(camera_.Control());
+  RequireParameter(camera_, name);
+  const common::Parameter& like = camera_.Catalogue().at(name);
+  writer_.WriteInOrder({ParseJson(like, value, FormOf(camera_.Features(), like))}).Require();
+  showParameters(writer_.Scan());
+}
+
+void LiveView::showParameters(const ParametersByName& scanned) {
+  std::map<std::string, Json> writable;
+  for (const auto& [name, parameter] : scanned) {
+    if (parameter.metadata->writable && IsAvailable(camera_.Nodes(), name))
+      writable[name] = parameterJson(camera_, parameter);
+  }
+  std::vector<std::string> adjustable;
+  const auto addFirst = [&](const Names& names) {
+    const auto has = [&](const char* name) { return writable.contains(name); };
+    const auto name = std::find_if(names.begin(), names.end(), has);
+    if (name != names.end()) adjustable.emplace_back(*name);
+  };
+  for (const Names& names : liveNames) addFirst(names);
+  addFirst(triggerNames);
+  const PixelFormat pixelFormat = PixelFormatOf(camera_);
+  Json basic = Json::object();
+  for (const auto& [title, text] : ShownBasics(camera_, pixelFormat.name)) {
+    basic[title] = text;
   }
   const std::lock_guard lock(mutex_);
+  writable_ = std::move(writable);
   adjustable_ = std::move(adjustable);
   basic_ = std::move(basic);
-}
-
-Json LiveView::basicParameters() const {
-  const common::BasicParams basic = camera_.Adapter().GetBasicParams();
-  return {{"Exposure", fmt::format("{} ms", static_cast<float>(basic.exposureTime * 1e3))},
-          {"Frame rate", fmt::format("{} frames/s", static_cast<float>(basic.frameRate))},
-          {"Image",
-           fmt::format("{} x {} of {} x {}", basic.width, basic.height, basic.maxWidth, basic.maxHeight)},
-          {"Offset", fmt::format("{}, {}", basic.offsetX, basic.offsetY)},
-          {"Binning", fmt::format("{} x {}", basic.binningHorizontal, basic.binningVertical)},
-          {"Pixels", pixelFormat_}};
+  pixelFormat_ = pixelFormat;
+  layout_ = LayoutOf(pixelFormat);
 }
 
 }  // namespace vireo::host

@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <boost/bimap.hpp>
 #include <cstdint>
-#include <string>
-
-#include "brio/fnd/export.h"
 
 namespace brio::fnd::datatype {
 
@@ -31,14 +27,5 @@ enum class DataType : std::int32_t {
   Bitmask = 0x200000,
   Unspecified = 0x100000,
 };
-
-using NameTable = boost::bimap<std::string, DataType>;
-
-/// The names as the enumerators spell them, searchable from both sides. Made while the library loads and
-/// never changed, so any thread may read it.
-BRIO_EXPORT const NameTable& Names();
-
-/// The same table with upper-case names.
-BRIO_EXPORT const NameTable& UpperNames();
 
 }  // namespace brio::fnd::datatype

@@ -79,11 +79,19 @@ struct AcquisitionState {
 /// The host's clock: nanoseconds since the Unix epoch.
 BRIO_EXPORT std::uint64_t TimeNow();
 
-/// One camera as a host drives it. Every failure is a std::runtime_error unless an operation says otherwise.
+/// One camera as a host drives it. Every failure is a std::runtime_error, unless an operation says otherwise.
 ///
-/// Threads: one host thread controls the adapter; one more may sit in `ReceiveFrame` and any may ask
-/// `GetAcquisitionState` at the same time. The order of the virtual operations is part of the binary
-/// interface.
+/// Threads, by operation:
+/// - any thread, at any time: `CheckConnection`, `IsConnected`, `GetProtocol`, `GetAcquisitionState`;
+/// - one receiving thread, beside the controlling one: `ReceiveFrame`;
+/// - one controlling thread at a time: all others. The host brings the lock, if it has several.
+/// Overrides and the logger may take that lock too; the adapter holds none of its own while it calls them.
+/// One record is an exception: that of a lost control, for which disconnecting waits.
+///
+/// Times are of the adapter itself. What asks the camera takes one or two exchanges with it besides for every
+/// value: some 20 microseconds each on a quiet network, 2.5 s each when the camera does not answer any more.
+///
+/// The order of the virtual operations is part of the binary interface.
 class BRIO_EXPORT AdapterBase {
  public:
   AdapterBase();
@@ -91,39 +99,55 @@ class BRIO_EXPORT AdapterBase {
   AdapterBase& operator=(const AdapterBase&) = delete;
   virtual ~AdapterBase();
 
-  /// Opens the camera, trying until the configured time-out; an open connection is closed first. Returns
-  /// every parameter with its current value, keyed by name.
+  /// Opens the camera and asks it for all values. Returns every parameter, keyed by name. In any state: an
+  /// open connection is closed first. Tries once a second until the configured time-out, and takes at most
+  /// one second and one attempt longer. After a failure the adapter is not connected.
   virtual std::map<std::string, Parameter> Connect() = 0;
-  /// Ends the connection, and an acquisition with it. Does nothing on an adapter that is not connected.
+  /// Ends the connection, and an acquisition with it. In any state; without a connection it does nothing.
+  /// Waits for the receive inside: at most 100 ms and one copy, or the stop that it carries out. Only a
+  /// failure of an overridden `StopAcquisition` leaves it, and the connection is then as it was.
   virtual void Disconnect() = 0;
-  /// Whether the connection is usable, without asking the camera. Problems are in the result, never thrown.
+  /// Whether the connection is usable, without asking the camera. In any state, at once. Problems are in the
+  /// result, never thrown.
   virtual CheckResult CheckConnection() const = 0;
+  /// In any state, at once. A camera that is gone still counts as connected, until `Disconnect`.
   virtual bool IsConnected() const = 0;
   virtual std::string GetProtocol() const = 0;
-  /// From the last known values, without asking the camera. Never throws for something missing.
+  /// From the last known values, without asking the camera. In any state, at once. Never throws for something
+  /// missing.
   virtual BasicParams GetBasicParams() const = 0;
-  /// Stores the configuration for the next `Connect`. Throws when the time-out is negative or not a number.
+  /// Stores the configuration for the next `Connect`. In any state. Throws when the time-out is negative or
+  /// not a number, and then stores nothing.
   virtual void Initialise(const ReceiveCfg& cfg);
-  /// Waits a bounded time for one frame. `received` says whether `buffer` and `info` were filled; a late, bad
-  /// or oversized frame is not an exception. The second argument is reserved.
+  /// Waits at most 100 ms for one frame and copies it to the start of `buffer`. `received` says whether
+  /// `buffer` and `info` were filled: a late, bad or oversized frame is not an exception, and is lost. In any
+  /// state; without an acquisition it returns at once. The second argument is reserved. The last frame of a
+  /// finite acquisition stops it from inside, which takes as long as `StopAcquisition`.
   virtual void ReceiveFrame(bool& received, uint64_t, std::span<uint8_t>& buffer, FrameInfo& info) = 0;
-  /// Asks the camera for the current value.
+  /// Asks the camera for the current value. Connected. After a failure of the camera the last known value of
+  /// a number is 0, of a text the one before.
   virtual Parameter Read(const std::string& name) = 0;
   /// In order; the first failure ends the batch and nothing is returned.
   virtual std::vector<Parameter> Read(const std::vector<std::string>& names) = 0;
-  /// Sets the camera's value, or executes the command of that name.
+  /// Sets the camera's value, or executes the command of that name. Connected. After a failure the last known
+  /// value is the one before.
   virtual void Write(const Parameter& parameter) = 0;
   /// In order; the first failure ends the batch, and what was written before it stays written.
   virtual void Write(const std::vector<Parameter>& parameters) = 0;
   /// Asks the camera for all values and returns every listed parameter with its metadata, ordered by name.
+  /// Connected. A value that cannot be read is 0 or the text before, not a failure.
   virtual std::vector<Parameter> Scan() = 0;
-  /// The camera's own document; empty when there is none or no connection.
+  /// The camera's own document; empty when there is none or no connection. In any state, at once.
   virtual NativeDocument GetNativeParameterDocument() const = 0;
-  /// Without asking the camera. Any thread.
+  /// Of one acquisition. Without asking the camera, in any state, at once.
   virtual AcquisitionState GetAcquisitionState() const = 0;
   /// Starts a finite acquisition of `frames` frames when that is greater than 0, else a continuous one.
+  /// Connected; while one runs, the new one takes its place. Asks the camera for all values first. Waits for
+  /// the receive inside, as `Disconnect` does. After a failure `StopAcquisition` clears what is left.
   virtual void StartAcquisition(std::optional<long> frames) = 0;
-  /// Ends the acquisition. A camera that refuses to stop is a warning record, not an exception.
+  /// Ends the acquisition and drops its buffers. In any state; without a connection it does nothing. Waits
+  /// for the receive inside, as `Disconnect` does. A camera that refuses to stop is a warning record,
+  /// not an exception.
   virtual void StopAcquisition() = 0;
 
   /// The text to open a camera with: `address` without surrounding blanks; device ids, IP and MAC addresses

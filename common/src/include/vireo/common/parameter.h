@@ -9,7 +9,7 @@
 
 #include "brio/fnd/datatype.h"
 #include "brio/fnd/export.h"
-#include "brio/fnd/log.h"
+#include "brio/fnd/record.h"
 
 namespace vireo::common {
 

@@ -71,14 +71,13 @@ class BRIO_EXPORT GErrorGuard {
 /// A GigE Vision or USB3 Vision camera, driven through Aravis. What each operation does for the host, and its
 /// threads, is said at `AdapterBase`; every failure is a std::runtime_error.
 ///
-/// One thread controls the adapter. Beside it one thread may receive frames, and any thread may ask for the
-/// acquisition state or check the connection: starting, stopping and disconnecting wait for the receive that
-/// is using the stream, at most 100 ms and one copy. The receive that completes a finite acquisition waits
-/// for whatever operation the controlling thread is in, then stops.
+/// Nothing is held while a record is written or an operation is called through the interface: loggers and
+/// overrides may take a lock that the host also holds around its calls. The one exception is a logger that
+/// writes "control-lost": dropping a device or a stream waits for it, so it must not wait for a lock that is
+/// held around `Connect`, `Disconnect`, `StartAcquisition`, `StopAcquisition` or the destruction.
 ///
-/// End all other calls before the adapter is destroyed. A logger must not call the adapter nor wait for a
-/// thread inside it, and an override must not wait for a lock whose holder may be calling the adapter: both
-/// may run while the adapter holds its own.
+/// The receive that completes a finite acquisition stops it, and waits for at most one feature access in
+/// flight. End all other calls before the adapter is destroyed. A logger must not call the adapter.
 class BRIO_EXPORT GenICamAdapter : public vireo::common::AdapterBase {
  public:
   GenICamAdapter();

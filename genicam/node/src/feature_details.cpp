@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+#include "feature_details.h"
+
+namespace vireo::genicam {
+
+FeatureDetails detailsOf(const NodeIndex& index, const LinkedNode& found) {
+  FeatureDetails details;
+  pugi::xml_node child = index[found.id].element.child("pSelected");
+  for (; child; child = child.next_sibling("pSelected")) details.selected.emplace_back(index.textOf(child));
+  if (found.representation.from != noNode)
+    details.representation = index.text(found.representation.from, Property::Representation);
+  return details;
+}
+
+}  // namespace vireo::genicam

@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: MIT
+#include "links.h"
+
+#include <cstring>
+#include <utility>
+
+namespace vireo::genicam {
+namespace {
+
+std::optional<AccessMode> accessMode(std::string_view text) {
+  if (text == "RO") return AccessMode::ReadOnly;
+  if (text == "WO") return AccessMode::WriteOnly;
+  if (text == "RW") return AccessMode::ReadWrite;
+  if (text == "NA" || text == "NI") return AccessMode::NotAvailable;
+  return std::nullopt;
+}
+
+Visibility visibilityOf(std::string_view text) {
+  if (text == "Expert") return Visibility::Expert;
+  if (text == "Guru") return Visibility::Guru;
+  if (text == "Invisible") return Visibility::Invisible;
+  return Visibility::Beginner;
+}
+
+bool isIndexed(const NodeIndex& index, NodeId id) {
+  const PropertySet& said = index[id].properties;
+  const auto any = [&](auto... properties) { return (said.has(properties) || ...); };
+  return said.has(Property::PIndex) && !said.has(Property::PValue) &&
+         any(Property::ValueIndexed, Property::ValueDefault, Property::PValueIndexed,
+             Property::PValueDefault);
+}
+
+}  // namespace
+
+AccessMode narrowed(AccessMode a, AccessMode b) {
+  if (a == AccessMode::ReadWrite || a == b) return b;
+  if (b == AccessMode::ReadWrite) return a;
+  return AccessMode::NotAvailable;
+}
+
+AccessMode Traits::allowed() const {
+  return narrowed(access.value_or(AccessMode::ReadWrite), imposed.value_or(AccessMode::ReadWrite));
+}
+
+bool isEntryCondition(const char* name) {
+  return name[0] == 'p' &&
+         (std::strcmp(name, "pIsImplemented") == 0 || std::strcmp(name, "pIsAvailable") == 0);
+}
+
+Links::Links(const NodeIndex& nodeIndex, const std::vector<NodeId>& features)
+    : index_(nodeIndex), places_(nodeIndex.size(), nowhere) {
+  nodes.reserve(nodeIndex.size());  // most are linked; growing would hold them twice
+  for (const NodeId feature : features) add(feature);
+  for (Place place = 0; place < nodes.size(); ++place) follow(place);
+  nodes.shrink_to_fit();
+  sort();
+}
+
+Place Links::add(NodeId id) {
+  if (places_[id] == nowhere) {
+    places_[id] = static_cast<Place>(nodes.size());
+    LinkedNode& node = nodes.emplace_back();
+    node.id = id;
+    node.facts = &index_.facts(id);
+  }
+  return places_[id];
+}
+
+Place Links::linked(NodeId id, Property link) {
+  const NodeId target = index_.target(id, link);
+  return target == noNode ? nowhere : add(target);
+}
+
+// Adding a node may move the others, so none is held while links are followed.
+void Links::follow(Place place) {
+  if (nodes[place].isFollowed) return;
+  const NodeId id = nodes[place].id;
+  const bool hasIndex = isIndexed(index_, id);
+  nodes[place].isFollowed = true;
+  nodes[place].isIndexed = hasIndex;
+  nodes[place].traits = traitsOf(id);
+  nodes[place].behind = linked(id, Property::PValue);
+  nodes[place].minimum = linked(id, Property::PMin);
+  nodes[place].maximum = linked(id, Property::PMax);
+  nodes[place].increment = linked(id, Property::PInc);
+  nodes[place].firstTarget = static_cast<std::uint32_t>(targets.size());
+  if (hasIndex) {
+    hasIndexed = true;
+    nodes[place].selector = linked(id, Property::PIndex);
+    addTargets(id, Property::PValueIndexed);
+    addTargets(id, Property::PValueDefault);
+  }
+  nodes[place].firstCopy = static_cast<std::uint32_t>(targets.size());
+  addTargets(id, Property::PValueCopy);
+  nodes[place].firstVariable = static_cast<std::uint32_t>(targets.size());
+  addVariables(place);
+  nodes[place].endOfVariables = static_cast<std::uint32_t>(targets.size());
+  if (nodes[place].facts->kind == ElementKind::Enumeration) addEntryConditions(id);
+}
+
+// All that the children of one name lead to.
+void Links::addTargets(NodeId id, Property property) {
+  pugi::xml_node child = index_.element(id, property);
+  for (; child; child = child.next_sibling(child.name())) {
+    const NodeId target = index_.find(index_.textOf(child));
+    if (target != noNode) targets.push_back(add(target));
+  }
+}
+
+void Links::addEntryConditions(NodeId id) {
+  pugi::xml_node entry = index_[id].element.child("EnumEntry");
+  for (; entry; entry = entry.next_sibling("EnumEntry")) {
+    for (pugi::xml_node child = entry.first_child(); child; child = child.next_sibling()) {
+      if (!isEntryCondition(child.name())) continue;
+      const NodeId condition = index_.find(index_.textOf(child));
+      if (condition != noNode) add(condition);
+    }
+  }
+}
+
+// Most formulas ask a register: then the other variables need not be followed.
+void Links::addVariables(Place place) {
+  const NodeId id = nodes[place].id;
+  if (!nodes[place].facts->isFormula()) return;
+  nodes[place].isOpenFormula = hasOpenVariable(id);
+  if (nodes[place].isOpenFormula) return;
+  pugi::xml_node child = index_.element(id, Property::PVariable);
+  for (; child; child = child.next_sibling(child.name()))
+    targets.push_back(add(index_.find(index_.textOf(child))));
+}
+
+bool Links::hasOpenVariable(NodeId id) const {
+  pugi::xml_node child = index_.element(id, Property::PVariable);
+  for (; child; child = child.next_sibling(child.name())) {
+    const NodeId target = index_.find(index_.textOf(child));
+    if (target == noNode || index_.facts(target).isRegister()) return true;
+  }
+  return false;
+}
+
+Traits Links::traitsOf(NodeId id) {
+  Traits traits;
+  if (const NodeId structure = index_[id].structure; structure != noNode) {
+    const Place place = add(structure);
+    follow(place);
+    traits = nodes[place].traits;
+  }
+  const auto take = [&](auto& trait, Property property, const auto& read) {
+    if (index_.has(id, property)) trait = read(index_.text(id, property));
+  };
+  const auto link = [&](Place& condition, Property property) {
+    if (index_.has(id, property)) condition = linked(id, property);
+  };
+  take(traits.access, Property::AccessMode, accessMode);
+  take(traits.imposed, Property::ImposedAccessMode, accessMode);
+  take(traits.isSigned, Property::Sign, [](std::string_view text) { return text == "Signed"; });
+  take(traits.visibility, Property::Visibility, visibilityOf);
+  link(traits.implementedBy, Property::PIsImplemented);
+  link(traits.availableBy, Property::PIsAvailable);
+  link(traits.lockedBy, Property::PIsLocked);
+  return traits;
+}
+
+// Each walk goes behind pValue until it meets what is placed already, an end, or itself.
+void Links::sort() {
+  enum class State : std::uint8_t { Open, OnTheWay, Placed };
+  std::vector<State> states(nodes.size(), State::Open);
+  std::vector<Place> way;
+  inOrder.reserve(nodes.size());
+  for (Place start = 0; start < nodes.size(); ++start) {
+    Place at = start;
+    for (; at != nowhere && states[at] == State::Open; at = nodes[at].behind) {
+      states[at] = State::OnTheWay;
+      way.push_back(at);
+    }
+    if (at != nowhere && states[at] == State::OnTheWay) cut(at);
+    for (; !way.empty(); way.pop_back()) {
+      states[way.back()] = State::Placed;
+      inOrder.push_back(way.back());
+    }
+  }
+}
+
+void Links::cut(Place circle) {
+  for (Place at = circle; at != nowhere;) {
+    nodes[at].isCircular = true;
+    at = std::exchange(nodes[at].behind, nowhere);
+  }
+}
+
+}  // namespace vireo::genicam

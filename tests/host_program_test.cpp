@@ -328,8 +328,10 @@ TEST(Settings, AreKeptForEveryValueOfTheirSelectors) {
   EXPECT_EQ(settingsIn(readText(directory / "s.json")),
             json::parse(R"({"Bank": "A", "Label": "ok", "LabelBits": 27503, "Level[Bank=A]": 5,
                             "Level[Bank=B]": -7, "Mask": 7, "Mode": "One", "Ratio": 0.1,
-                            "RatioBits": 1036831949})"));
+                            "RatioBits": 1036831949, "UnsetNumber[Unset=One]": 0,
+                            "UnsetNumber[Unset=Two]": 0})"));
   EXPECT_THAT(saved.err, HasSubstr("note: Bank cannot be C, so what that selects is left out: "));
+  EXPECT_THAT(saved.err, HasSubstr("Unset held none of its entries and is Two now"));
   EXPECT_EQ(run(network + "get Bank Level").out, "Bank=A\nLevel=5\n");  // where they were
 
   ASSERT_EQ(run(network + "set Level=1 Bank=B Level=2 Mask=8").status, 0);
@@ -337,7 +339,7 @@ TEST(Settings, AreKeptForEveryValueOfTheirSelectors) {
   ASSERT_EQ(differences.size(), 4u);
   EXPECT_EQ(differences.at(2), json::parse(R"({"name": "Level[Bank=A]", "file": "5", "camera": "1",
                                                "reason": ""})"));
-  EXPECT_EQ(json::parse(run(network + "load --json - < " + file).out).at("asInFile"), 9);
+  EXPECT_EQ(json::parse(run(network + "load --json - < " + file).out).at("asInFile"), 11);
   EXPECT_EQ(run(network + "diff " + file).out, "");
   EXPECT_EQ(run(network + "get Bank Level").out, "Bank=A\nLevel=5\n");
 }

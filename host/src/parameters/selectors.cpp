@@ -107,7 +107,12 @@ std::vector<std::string> Selection::Restore() {
   std::vector<std::string> failures;
   for (const Parameter& before : std::exchange(before_, {})) {
     const std::string value = ShownText(before, FormOf(camera_.Features(), before));
-    if (chosen_[before.name] == value || value.empty()) continue;  // empty: there was no valid one
+    if (chosen_[before.name] == value) continue;
+    if (value.empty()) {
+      failures.push_back(
+          fmt::format("{} held none of its entries and is {} now", before.name, chosen_[before.name]));
+      continue;
+    }
     const std::string reason = write(before.name, value);
     if (!reason.empty())
       failures.push_back(fmt::format("{} is not {} again: {}", before.name, value, reason));

@@ -106,19 +106,19 @@ void LiveView::Change() {
   changed_.notify_all();
 }
 
-Frame LiveView::newest() const {
+LiveView::Shown LiveView::newest() const {
   const std::lock_guard lock(mutex_);
   if (frame_.index == 0) throw std::runtime_error(trouble_.empty() ? "no frame yet" : trouble_);
   if (!layout_) {
     throw std::runtime_error(
         fmt::format("{} frames are not a plain picture: choose another PixelFormat", pixelFormat_.name));
   }
-  return frame_;
+  return {frame_, *layout_};
 }
 
 Picture LiveView::newestPicture() const {
-  const Frame frame = newest();
-  return Develop(*layout_, frame);
+  const Shown shown = newest();
+  return Develop(shown.layout, shown.frame);
 }
 
 std::vector<unsigned char> LiveView::Preview(bool markSaturated) const {
@@ -135,20 +135,24 @@ Json LiveView::State(std::optional<PixelPlace> pixel) const {
   Json histogram = Json::array();
   Json samples;
   std::string trouble;
+  std::optional<common::FrameInfo> shownInfo;
   try {
-    const Frame frame = newest();
-    histogram = Histogram(Develop(*layout_, frame));
-    if (pixel) samples = pixelJson(frame, *pixel);
+    const Shown shown = newest();
+    shownInfo = shown.frame.info;
+    histogram = Histogram(Develop(shown.layout, shown.frame));
+    if (pixel) samples = pixelJson(shown, *pixel);
   } catch (const std::runtime_error& error) {  // the page shows an empty histogram
     trouble = error.what();
   }
   const std::lock_guard lock(mutex_);
+  // A newer frame may have come since: the id is that of the frame that the histogram is of.
+  const common::FrameInfo& info = shownInfo ? *shownInfo : frame_.info;
   const auto rates = statistics_.LatestRates(StreamStatistics::Clock::now());
   return {{"camera", title_},
           {"trouble", trouble_.empty() ? trouble : trouble_},
-          {"frame_id", frame_.info.frameId},
-          {"width", frame_.info.width},
-          {"height", frame_.info.height},
+          {"frame_id", info.frameId},
+          {"width", info.width},
+          {"height", info.height},
           {"frames", statistics_.Frames()},
           {"frames_per_second", rates.frames},
           {"megabytes_per_second", rates.megabytes},
@@ -161,9 +165,10 @@ Json LiveView::State(std::optional<PixelPlace> pixel) const {
 }
 
 // The numbers of the camera: of a Bayer sensor one, not the colours that were made of it.
-Json LiveView::pixelJson(const Frame& frame, PixelPlace place) const {
-  const Picture picture = Unpack(*layout_, static_cast<std::size_t>(frame.info.width),
-                                 static_cast<std::size_t>(frame.info.height), frame.Bytes());
+Json LiveView::pixelJson(const Shown& shown, PixelPlace place) {
+  const common::FrameInfo& info = shown.frame.info;
+  const Picture picture = Unpack(shown.layout, static_cast<std::size_t>(info.width),
+                                 static_cast<std::size_t>(info.height), shown.frame.Bytes());
   if (place.x >= picture.width || place.y >= picture.height) return {};
   const auto first = picture.samples.begin() +
                      static_cast<std::ptrdiff_t>((place.y * picture.width + place.x) * picture.channels);

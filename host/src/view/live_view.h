@@ -70,9 +70,15 @@ class LiveView {
     bool done = false;
   };
 
-  Frame newest() const;
+  /// A frame with the layout of its pixels.
+  struct Shown {
+    Frame frame;
+    PixelLayout layout;
+  };
+
+  Shown newest() const;
   Picture newestPicture() const;
-  Json pixelJson(const Frame& frame, PixelPlace place) const;
+  static Json pixelJson(const Shown& shown, PixelPlace place);
   Json adjustableJson() const;  // under the mutex
   void write(const std::string& name, const Json& value);
   void showParameters(const ParametersByName& scanned);

@@ -10,6 +10,7 @@
 #include "support/browser.h"
 #include "support/program.h"
 #include "support/simulated_network_camera.h"
+#include "support/usb_environment.h"
 
 namespace {
 
@@ -20,7 +21,8 @@ using testing::HasSubstr;
 /// `vireo-cam view` with a page of its own.
 class ViewProgram {
  public:
-  explicit ViewProgram(const std::string& camera) : program_(camera + " view --port 0") {
+  explicit ViewProgram(const std::string& camera, const std::string& before = "")
+      : program_(camera + " view --port 0", before) {
     const std::string printed = program_.WaitFor("Ctrl-C");
     port_ = std::stoi(printed.substr(printed.rfind(':') + 1));
   }
@@ -76,6 +78,15 @@ TEST(View, ServesPicturesStateAndSettingsToItsOwnPageOnly) {
 
   view.Process().Signal(SIGINT);
   EXPECT_EQ(view.Process().Wait().status, 0);
+}
+
+TEST(View, ShowsAndChangesAUsbCamera) {
+  ViewProgram view("--address FEED00000001", usbCameraEnvironment);
+  waitUntil("a frame", [&] { return view.State()["frames"] > 0; });
+  EXPECT_EQ(view.State()["camera"], "Vireo SimulatedCamera USB01");  // without an address
+  EXPECT_EQ(view.Set("Width", "640"), 200);
+  waitUntil("wide frames", [&] { return view.State()["width"] == 640 && view.State()["trouble"] == ""; });
+  EXPECT_EQ(view.Get("/frame.png")->body.substr(18, 2), "\x02\x80"s);
 }
 
 TEST(View, OffersExposureAndGainUnderTheNamesOfOlderCameras) {

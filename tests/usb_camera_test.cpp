@@ -12,6 +12,7 @@
 #include "support/recording_logger.h"
 #include "support/rounds.h"
 #include "support/simulated_camera.h"
+#include "support/usb_environment.h"
 
 using namespace testing;
 using namespace vireo::simulator;
@@ -170,10 +171,6 @@ TEST_F(UsbCamera, StreamsInTheLibrarysAsynchronousModeToo) {
   }
 }
 
-// The description, the camera in place of libusb, and that the address sanitizer's runtime comes second.
-const std::string environment = "VIREO_USB_CAMERA='" VIREO_SIMULATED_CAMERA "' LD_PRELOAD='" VIREO_USB_STANDIN
-                                "' ASAN_OPTIONS=verify_asan_link_order=0";
-
 struct VireoCamOnUsb : Test {
   std::string path(const char* name) const { return "'" + (directory / name).string() + "'"; }
 
@@ -197,7 +194,7 @@ TEST_F(VireoCamOnUsb, RunsEveryCommand) {
       {"diff " + path("s.json"), 0, ""},
   };
   for (const auto& [command, status, text] : rows) {
-    const auto result = run("--address FEED00000001 " + command, environment);
+    const auto result = run("--address FEED00000001 " + command, usbCameraEnvironment);
     EXPECT_EQ(result.status, status) << command << result.err;
     EXPECT_THAT(result.out, HasSubstr(text)) << command;
   }
@@ -209,13 +206,13 @@ TEST_F(VireoCamOnUsb, EndsWithStatus4WhenTheCameraGoesWhileItIsAsked) {
   for (const auto& [command, last] : leaving) {
     const auto gone =
         run("--timeout 1 --address FEED00000001 " + command,
-            "VIREO_USB_FAULTS='command " + std::to_string(last) + " disconnect' " + environment);
+            "VIREO_USB_FAULTS='command " + std::to_string(last) + " disconnect' " + usbCameraEnvironment);
     EXPECT_EQ(gone.status, 4) << command << gone.err;
     EXPECT_EQ(gone.out, "");
   }
   EXPECT_FALSE(std::filesystem::exists(directory / "no.json"));
   const auto lost = run("--address FEED00000001 watch --patience 0",
-                        "VIREO_USB_FAULTS='packet 30 disconnect' " + environment);
+                        "VIREO_USB_FAULTS='packet 30 disconnect' " + usbCameraEnvironment);
   EXPECT_EQ(lost.status, 4) << lost.err;
 }
 

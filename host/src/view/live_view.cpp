@@ -50,8 +50,10 @@ Json parameterJson(Camera& camera, const common::Parameter& parameter) {
 std::string titleOf(Camera& camera) {
   constexpr const char* address = "GevCurrentIPAddress";
   if (!camera.Catalogue().contains(address)) return camera.Name();
+  const common::Parameter read = camera.Adapter().Read(address);
+  if (read.value == common::ParameterValue(0)) return camera.Name();  // not on a network
   const IntegerForm form{IntegerForm::Bits::Unsigned, IntegerForm::Notation::Ipv4};
-  return fmt::format("{} at {}", camera.Name(), ShownText(camera.Adapter().Read(address), form));
+  return fmt::format("{} at {}", camera.Name(), ShownText(read, form));
 }
 
 }  // namespace

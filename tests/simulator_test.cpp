@@ -6,7 +6,7 @@
 #include <limits>
 #include <numeric>
 
-#include "simulator/faults/fault_script.h"
+#include "simulator/faults/spoil.h"
 #include "simulator/gige/bootstrap.h"
 #include "simulator/gige/gvcp_server.h"
 #include "simulator/gige/gvsp.h"
@@ -182,7 +182,7 @@ TEST_F(Simulator, KeepsForeignRegistersInBoundedMemory) {
 TEST(FaultScript, StrikesByStepAndByChance) {
   const auto struck = [](FaultScript& script, Channel channel, int members) {
     std::string line;
-    for (int i = 0; i < members; ++i) line += ".ltpwesodrx"[static_cast<int>(script.Next(channel).kind)];
+    for (int i = 0; i < members; ++i) line += ".ltpwesodrgmx"[static_cast<int>(script.Next(channel).kind)];
     return line;
   };
   FaultScript script("command 2 lost;command 4-5 late 400; packet 3- status 0x800c; command 5- duplicate");
@@ -199,8 +199,29 @@ TEST(FaultScript, StrikesByStepAndByChance) {
   EXPECT_NE(line, byChance("packet 5% lost; seed 4"));
   for (const char* const bad : {"comand 1 lost", "command 0 lost", "command 3-2 lost", "command x lost",
                                 "command 1 late", "packet 101% lost", "packet 1 lost 3", "packet 1",
-                                "packet 1 late 5000000000", "seed", "packet 1 late 3 4"})
+                                "packet 1 late 5000000000", "packet 1 mutated", "seed", "packet 1 late 3 4"})
     EXPECT_THROW(FaultScript{bad}, std::runtime_error) << bad;
+}
+
+TEST(FaultScript, SpoilsTheSameBytesInEveryRun) {
+  const auto spoilt = [](const std::string& fault, int member) {
+    FaultScript script("command 1- " + fault);
+    Fault last;
+    for (int i = 0; i < member; ++i) last = script.Next(Channel::Command);
+    Bytes answer(100, 0x5a);
+    Spoil<std::endian::little>(answer, last, {.status = 4, .length = 8, .id = 10, .headerSize = 12});
+    return answer;
+  };
+  for (const auto& [fault, least, most] :
+       {std::tuple("garbage", 90, 100), std::tuple("mutated 4", 4, 4), std::tuple("mutated 400", 100, 100)}) {
+    SCOPED_TRACE(fault);
+    const Bytes answer = spoilt(fault, 1);
+    ASSERT_EQ(answer.size(), 100u);
+    EXPECT_THAT(100 - std::ranges::count(answer, 0x5a), AllOf(Ge(least), Le(most)));
+    EXPECT_EQ(answer, spoilt(fault, 1));
+    EXPECT_NE(answer, spoilt(fault, 2));
+    EXPECT_NE(answer, spoilt(fault + std::string("; seed 2"), 1));
+  }
 }
 
 TEST(Picture, MovesInEveryFormat) {

@@ -80,6 +80,8 @@ TEST_F(UsbCamera, DeliversWhatItsFaultsLeave) {
       {"packet 6 lost", {0, 1, 3, 4}, 0},  // the trailer: the next frame's one ends it
       {"packet 5 late 50; packet 8 oversized; packet 9 status 0xa101", {0, 1, 2, 3}, 0},
       {"packet 4 wrong-id", {0, 0x54, 2, 3}, 0},
+      {"packet 4 garbage", {0, 2, 3, 4}, 0},    // not a leader any more
+      {"packet 5 mutated 9", {0, 1, 2, 3}, 0},  // nothing tells that the image is another one
       {"command 1- pending 20", {0, 1, 2, 3}, 0},
   };
   connectAndReceive();
@@ -100,9 +102,9 @@ TEST_F(UsbCamera, DeliversWhatItsFaultsLeave) {
 TEST_F(UsbCamera, AnswersCommandsAsTheFaultsSay) {
   adapter.Connect();
   const std::tuple<const char*, bool> rows[] = {
-      {"command 1 lost", true},           {"command 1 late 100", true},  {"command 1-3 pending 300", true},
-      {"command 1 wrong-id", true},       {"command 1 duplicate", true}, {"command 1 oversized", true},
-      {"command 1 status 0x8007", false}, {"command 1- lost", false},
+      {"command 1 lost", true},     {"command 1 late 100", true},       {"command 1-3 pending 300", true},
+      {"command 1 wrong-id", true}, {"command 1 duplicate", true},      {"command 1 oversized", true},
+      {"command 1 garbage", true},  {"command 1 status 0x8007", false}, {"command 1- lost", false},
   };
   for (const auto& [faults, succeeds] : rows) {
     SCOPED_TRACE(faults);

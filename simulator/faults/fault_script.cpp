@@ -7,6 +7,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "simulator/faults/random.h"
+
 namespace vireo::simulator {
 namespace {
 
@@ -26,6 +28,8 @@ constexpr Action actions[] = {
     {"oversized", Fault::Kind::Oversized},
     {"duplicate", Fault::Kind::Duplicate},
     {"reordered", Fault::Kind::Reordered},
+    {"garbage", Fault::Kind::Garbage},
+    {"mutated", Fault::Kind::Mutated, true},
     {"disconnect", Fault::Kind::Disconnect},
 };
 
@@ -45,13 +49,14 @@ std::optional<std::uint64_t> numberIn(std::string_view text) {
   return value;
 }
 
-/// A number from 0 to 1 that is the same in every run: the finaliser of the splitmix64 generator.
-double chance(std::uint64_t seed, std::uint64_t step, std::uint64_t member) {
-  std::uint64_t x = seed * 0x9e3779b97f4a7c15 + (step << 56) + member;
-  x = (x ^ x >> 30) * 0xbf58476d1ce4e5b9;
-  x = (x ^ x >> 27) * 0x94d049bb133111eb;
-  x ^= x >> 31;
-  return static_cast<double>(x >> 11) * 0x1p-53;
+/// The same in every run.
+std::uint64_t chance(std::uint64_t seed, std::uint64_t step, std::uint64_t member) {
+  return Mixed(seed * goldenRatio + (step << 56) + member);
+}
+
+/// From 0 to 1.
+double fraction(std::uint64_t chance) {
+  return static_cast<double>(chance >> 11) * 0x1p-53;
 }
 
 }  // namespace
@@ -99,7 +104,7 @@ FaultScript::Step FaultScript::readStep(std::string_view text) {
   if (row->takesValue ? !number || *number > std::numeric_limits<std::uint32_t>::max() : !value.empty())
     refuse(text, action + (row->takesValue ? " takes a number" : " takes nothing"));
   if (!rest.empty()) refuse(text, "'" + rest + "' is too much");
-  step.fault = {row->kind, static_cast<std::uint32_t>(number.value_or(0))};
+  step.fault = {row->kind, static_cast<std::uint32_t>(number.value_or(0)), 0};
   return step;
 }
 
@@ -133,11 +138,17 @@ Fault FaultScript::Next(Channel channel) {
   for (std::size_t i = 0; i < steps_.size(); ++i) {
     const Step& step = steps_[i];
     if (step.channel != channel) continue;
+    const std::uint64_t random = chance(seed_, i, member);
     const bool strikes =
-        step.share ? chance(seed_, i, member) < *step.share : member >= step.first && member <= step.last;
-    if (strikes) return step.fault;
+        step.share ? fraction(random) < *step.share : member >= step.first && member <= step.last;
+    if (strikes) return {step.fault.kind, step.fault.value, random};
   }
   return {};
+}
+
+std::uint64_t FaultScript::Count(Channel channel) const {
+  const std::lock_guard lock(mutex_);
+  return counts_[static_cast<std::size_t>(channel)];
 }
 
 }  // namespace vireo::simulator

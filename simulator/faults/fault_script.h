@@ -28,10 +28,13 @@ struct Fault {
     Oversized,   // 64 bytes too many
     Duplicate,   // sent twice
     Reordered,   // a packet: sent after the one behind it
+    Garbage,     // random bytes instead, as many
+    Mutated,     // `value` of its bytes are changed
     Disconnect,  // the camera is gone from here on
   };
   Kind kind = Kind::None;
   std::uint32_t value = 0;
+  std::uint64_t random = 0;  // the begin of this member's own random numbers
 };
 
 /// Faults by step and by chance, written in one line that replays them:
@@ -40,11 +43,11 @@ struct Fault {
 ///
 /// Steps are separated by semicolons: a channel (command, packet, resend), which of its members (the n-th
 /// from 1 on, n-m, n- for all from there, p% for that share at random), and what happens to them (lost, late
-/// MS, pending MS, wrong-id, status CODE, short, oversized, duplicate, reordered, disconnect). The first step
-/// that fits a member is the one that happens.
+/// MS, pending MS, wrong-id, status CODE, short, oversized, duplicate, reordered, garbage, mutated COUNT,
+/// disconnect). The first step that fits a member is the one that happens.
 ///
-/// Chance is a hash of seed, step and the member's number, so a line strikes the same members in every run,
-/// whatever the threads do meanwhile. Any thread may call anything.
+/// Chance is a hash of seed, step and the member's number, so a line strikes the same members in the same way
+/// in every run, whatever the threads do meanwhile. Any thread may call anything.
 class FaultScript {
  public:
   explicit FaultScript(std::string_view text = {}) { Set(text); }
@@ -55,6 +58,9 @@ class FaultScript {
 
   /// Counts one more member of the channel and says what happens to it.
   Fault Next(Channel channel);
+
+  /// Members of the channel so far; an empty script counts none.
+  std::uint64_t Count(Channel channel) const;
 
  private:
   struct Step {
@@ -68,7 +74,7 @@ class FaultScript {
   static void readMembers(const std::string& text, Step& step);
 
   std::atomic<bool> isEmpty_{true};
-  std::mutex mutex_;  // for the rest
+  mutable std::mutex mutex_;  // for the rest
   std::vector<Step> steps_;
   std::uint64_t seed_ = 1;
   std::array<std::uint64_t, 3> counts_{};

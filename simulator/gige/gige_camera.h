@@ -61,6 +61,7 @@ class GigeCamera final : private GvcpActions {
   std::string Address() const;
   /// Replaces the script; counting begins anew. Any thread.
   void SetFaults(const std::string& script) { faults_.Set(script); }
+  const FaultScript& Faults() const { return faults_; }
   /// As if somebody else were given control. Any thread.
   void ReleaseControl() { server_.ReleaseControl(); }
   /// Frames' packets that were sent again.

@@ -24,6 +24,12 @@ std::size_t sizeOf(const GvspPacket& packet) {
   return packet.headSize + packet.data.size();
 }
 
+Bytes bytesOf(const GvspPacket& packet) {
+  Bytes bytes(packet.head.begin(), packet.head.begin() + packet.headSize);
+  bytes.insert(bytes.end(), packet.data.begin(), packet.data.end());
+  return bytes;
+}
+
 void halve(GvspPacket& packet) {
   if (packet.data.empty()) {
     packet.headSize /= 2;
@@ -95,6 +101,10 @@ void PacketSender::addFaulty(GvspPacket packet, const Fault& fault, std::uint32_
       SetPacketStatus(packet, static_cast<std::uint16_t>(fault.value));
       packet.data = {};
       break;
+    case Fault::Kind::Garbage:
+    case Fault::Kind::Mutated:
+      scramble(packet, fault);
+      break;
     case Fault::Kind::Disconnect:
       return onDisconnect_();
     case Fault::Kind::Pending:  // packets are not announced
@@ -105,9 +115,15 @@ void PacketSender::addFaulty(GvspPacket packet, const Fault& fault, std::uint32_
 }
 
 void PacketSender::keep(const GvspPacket& packet, Clock::time_point due) {
-  Bytes bytes(packet.head.begin(), packet.head.begin() + packet.headSize);
-  bytes.insert(bytes.end(), packet.data.begin(), packet.data.end());
-  late_.push_back({due, destination_, std::move(bytes)});
+  late_.push_back({due, destination_, bytesOf(packet)});
+}
+
+// The frame itself stays as it is, for whoever asks for the packet again.
+void PacketSender::scramble(GvspPacket& packet, const Fault& fault) {
+  Bytes& bytes = scrambled_.emplace_back(bytesOf(packet));
+  Scramble(bytes, fault);
+  std::copy_n(bytes.begin(), packet.headSize, packet.head.begin());
+  packet.data = ByteView(bytes).subspan(packet.headSize);
 }
 
 void PacketSender::SendLate() {
@@ -140,6 +156,7 @@ void PacketSender::flush(const std::atomic<bool>& stop) {
     done += count > 0 ? static_cast<std::size_t>(count) : 1;  // what the kernel refuses is lost
   }
   const std::size_t packets = std::exchange(batched_, 0);
+  scrambled_.clear();
   sent_ += packets;
   if (!late_.empty()) SendLate();
   pace(bytes, packets, stop);

@@ -56,6 +56,7 @@ class PacketSender {
   void add(const GvspPacket& packet, std::size_t extra = 0);
   void addFaulty(GvspPacket packet, const Fault& fault, std::uint32_t number);
   void keep(const GvspPacket& packet, Clock::time_point due);
+  void scramble(GvspPacket& packet, const Fault& fault);
   void flush(const std::atomic<bool>& stop);
   void pace(std::size_t bytes, std::size_t packets, const std::atomic<bool>& stop);
 
@@ -70,6 +71,7 @@ class PacketSender {
   std::size_t batchLimit_ = batchSize;
   std::unique_ptr<GvspPacket> overtaken_;  // to be sent behind the next one
   std::deque<Kept> late_;
+  std::deque<Bytes> scrambled_;  // data of packets in the batch
   Clock::time_point linkFree_;
   std::atomic<std::uint64_t> sent_{0};
 };

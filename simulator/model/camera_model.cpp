@@ -210,6 +210,11 @@ void CameraModel::StopAcquisition() {
   changed_.notify_all();
 }
 
+PictureSettings CameraModel::Picture() const {
+  const std::lock_guard lock(mutex_);
+  return pictureSettings();
+}
+
 std::size_t CameraModel::PayloadSize() const {
   const std::lock_guard lock(mutex_);
   return description_.isOurs ? pictureSettings().ImageSize() : 0;

@@ -77,6 +77,8 @@ class CameraModel {
   /// Waits for the next frame, at most until `until`; nothing when none came.
   std::optional<Exposure> WaitForFrame(Clock::time_point until);
   void StopAcquisition();
+  /// What a frame that is taken now is made of.
+  PictureSettings Picture() const;
   /// Bytes of a frame with the settings of now.
   std::size_t PayloadSize() const;
   std::uint64_t Timestamp() const;

@@ -250,6 +250,10 @@ void SetUsbCameraFaults(const char* faults) {
   Bus::Instance().Camera()->SetFaults(faults);
 }
 
+std::shared_ptr<UsbCamera> UsbCameraOnBus() {
+  return Bus::Instance().Camera();
+}
+
 }  // namespace vireo::simulator
 
 int libusb_init(libusb_context** context) {

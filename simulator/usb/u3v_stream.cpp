@@ -103,6 +103,11 @@ void U3vStream::queue(Transfer transfer) {
     case Fault::Kind::Disconnect:
       transfer.isLast = true;
       break;
+    case Fault::Kind::Garbage:
+    case Fault::Kind::Mutated:
+      if (transfer.head.empty()) transfer.head.assign(transfer.data.begin(), transfer.data.end());
+      Scramble(transfer.head, fault);
+      break;
     case Fault::Kind::Pending:  // transfers are not announced
     case Fault::Kind::None:
       break;

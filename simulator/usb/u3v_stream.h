@@ -29,7 +29,7 @@ class U3vStream {
 
  private:
   struct Transfer {
-    Bytes head;     // leader and trailer
+    Bytes head;     // leader and trailer, and a part of the image that is changed
     ByteView data;  // a part of the image
     std::size_t size = 0;
     Clock::time_point due;

@@ -4,7 +4,11 @@
 // the faults of VIREO_USB_FAULTS. Tests that link the library plug it in themselves. Any thread.
 #pragma once
 
+#include <memory>
+
 namespace vireo::simulator {
+
+class UsbCamera;
 
 /// Plugs a new camera in; one that is there is unplugged, and no device handle may be open. Throws
 /// std::runtime_error when the description or the script cannot be read.
@@ -13,5 +17,7 @@ void PlugUsbCameraIn(const char* descriptionFile, const char* faults);
 void UnplugUsbCamera();
 /// Replaces the camera's fault script.
 void SetUsbCameraFaults(const char* faults);
+/// The camera that was plugged in last, to look at from behind its wire; null before.
+std::shared_ptr<UsbCamera> UsbCameraOnBus();
 
 }  // namespace vireo::simulator

@@ -28,6 +28,8 @@ class UsbCamera {
   void Unplug();
   bool IsPluggedIn() const { return isPluggedIn_; }
   void SetFaults(const std::string& script) { faults_.Set(script); }
+  const FaultScript& Faults() const { return faults_; }
+  CameraModel& Model() { return model_; }
 
  private:
   struct Answer {

@@ -47,6 +47,7 @@ class NetworkCamera {
   /// Behind the back of whoever has control.
   void setRegister(std::uint64_t where, std::uint32_t value) { model_.SetRegister(where, value); }
   vireo::simulator::GigeCamera& wire() { return *camera_; }
+  vireo::simulator::CameraModel& model() { return model_; }
 
  private:
   vireo::simulator::CameraModel model_{vireo::simulator::ReadDescription(VIREO_SIMULATED_CAMERA, true), {}};

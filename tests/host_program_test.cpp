@@ -19,6 +19,8 @@ using nlohmann::json;
 using namespace testing;
 
 const std::string network = "--address 127.0.0.1 ";
+/// A camera of plain memory with settings of every difficult kind.
+const std::string difficultCamera = "--description '" VIREO_TEST_DATA "/host/settings.xml'";
 
 std::vector<std::vector<std::string>> readCsv(const std::filesystem::path& path) {
   std::vector<std::vector<std::string>> rows;
@@ -261,6 +263,60 @@ TEST(Grab, SavesWholeFramesOnlyAndTellsWhatIsMissing) {
   EXPECT_THAT(ended.err, EndsWith("not all frames are there: it ended early\n"));
 }
 
+TEST(Grab, FiresTheTriggerForEachFrameAndPutsItBack) {
+  const std::string trigger = "TriggerSelector TriggerMode TriggerSource";
+  const std::string before = "TriggerSelector=AcquisitionStart\nTriggerMode=Off\nTriggerSource=Line0\n";
+  const TemporaryDirectory directory;
+  const std::string grab =
+      network + "grab --force -o '" + (directory / "f").string() + "' --trigger software ";
+  {
+    // Of the first frame nothing comes: it is asked for again.
+    const SimulatedNetworkCamera camera("--faults 'packet 1-182 lost; resend 1- lost'");
+    ASSERT_EQ(run(network + "set TriggerSelector=AcquisitionStart").status, 0);
+    const auto grabbed = run(grab + "-n 3 --every 50");
+    EXPECT_EQ(grabbed.status, 0) << grabbed.err;
+    EXPECT_EQ(readCsv(directory / "f" / "frames.csv")[1][0], "2");
+    EXPECT_EQ(run(network + "get " + trigger).out, before);
+
+    Program endless(grab + "-n 0");
+    waitUntil("frames", [&] { return readCsv(directory / "f" / "frames.csv").size() > 10; });
+    endless.Signal(SIGINT);
+    EXPECT_EQ(endless.Wait().status, 0);
+    EXPECT_EQ(run(network + "get " + trigger).out, before);
+  }
+  const SimulatedNetworkCamera camera(difficultCamera);
+  expectOneLine({grab, 1, "the camera has no software trigger for frames (there is no TriggerSoftware)"});
+}
+
+TEST(Grab, TakesEachFrameOfASweepWithItsValue) {
+  const SimulatedNetworkCamera camera("--rate 200");
+  const TemporaryDirectory directory;
+  const std::string grab = network + "grab --force -o '" + (directory / "f").string() + "' -n 3 ";
+  for (const std::string trigger : {"", "--trigger software "}) {
+    const auto grabbed = run(grab + trigger + "--sweep ExposureTime=1000,9000,2000.6");
+    EXPECT_EQ(grabbed.status, 0) << grabbed.err;
+    EXPECT_THAT(grabbed.out, StartsWith("9 frames"));
+    EXPECT_EQ(grabbed.err, "vireo-cam: note: ExposureTime is 2000 us (asked for 2000.6)\n");
+    const auto rows = readCsv(directory / "f" / "frames.csv");
+    ASSERT_EQ(rows.size(), 10u);
+    EXPECT_EQ(rows[0].back(), "ExposureTime");
+    for (std::size_t i = 1; i < rows.size(); ++i) {
+      const int exposure = std::array{1000, 9000, 2000}[(i - 1) / 3];
+      EXPECT_EQ(rows[i].back(), std::to_string(exposure));
+      EXPECT_EQ(rows[i][2], rows[i].back());
+      const auto pixels = readPng(directory / "f" / rows[i][7]);  // their brightness follows the exposure
+      EXPECT_NEAR(*std::max_element(pixels.begin(), pixels.end()), 255 * exposure / 10000, 1);
+    }
+    EXPECT_EQ(run(network + "get ExposureTime TriggerMode").out, "ExposureTime=5000\nTriggerMode=Off\n");
+  }
+  const auto failed = run(grab + "--sweep Width=256,4096");
+  EXPECT_EQ(failed.status, 1);
+  EXPECT_THAT(failed.err, HasSubstr("Width takes 8 to 2048 px, not 4096; 3 frames are saved"));
+  EXPECT_THAT(run(grab + "--sweep PixelFormat=Mono8,Mono16").err,
+              HasSubstr("and PixelFormat makes it Mono16 instead of Mono8: grab once for each; 3 frames"));
+  EXPECT_EQ(run(network + "get Width PixelFormat").out, "Width=512\nPixelFormat=Mono8\n");
+}
+
 TEST(Watch, SaysOnATerminalThatNoGoodFrameComes) {
   const struct {
     const char* camera;
@@ -311,9 +367,6 @@ TEST(Settings, SurviveSaveChangeAndLoad) {
               HasSubstr("Height takes 8 to 2048 px, not 4096; done: OffsetX, Width; not done: Height, Gain"));
   EXPECT_EQ(run(network + "get Width Gain").out, "Width=2048\nGain=0\n");
 }
-
-/// A camera of plain memory with settings of every difficult kind.
-const std::string difficultCamera = "--description '" VIREO_TEST_DATA "/host/settings.xml'";
 
 json settingsIn(const std::string& text) {
   return json::parse(text).at("settings");
@@ -572,6 +625,9 @@ TEST(Mistakes, InTheCommandLineAndInFilesGetOneLine) {
       {"grab -n 1.5", 2, "takes a whole number from 0 to 1000000000, not '1.5'"},
       {"grab -f jpg", 2, "takes one of png, tiff, raw, not 'jpg'"},
       {"grab --stack -f raw", 2, "--stack makes a TIFF file: leave --format raw out"},
+      {"grab --sweep Gain=1,,2", 2, "'Gain=1,,2' is not NAME=VALUE,VALUE..."},
+      {"grab -n 0 --sweep Gain=1", 2, "--sweep needs the frames of each value"},
+      {"grab --every 5", 2, "--every requires --trigger"},
       {"watch --seconds nan", 2, "takes a number from 0 to 1000000000, not 'nan'"},
       {"--timeout 0 --address Fake_9 info", 3, "no camera at 'Fake_9' within 0 s"},
       {"--simulate grab -o /proc/frames", 1, "cannot make the directory /proc/frames"},
@@ -594,6 +650,7 @@ TEST(Mistakes, InNamesAndValuesGetOneLine) {
   const Mistake rows[] = {
       {"set --simulate Width", 2, "'Width' is not NAME=VALUE"},
       {"--simulate get ExposureTme", 1, "the camera has no 'ExposureTme': did you mean ExposureTime?"},
+      {"--simulate grab --sweep Gian=1", 1, "the camera has no 'Gian': did you mean Gain?"},
       {"--simulate set Width=wide", 1, "Width takes a whole number of at most 53 bits, or 0x..., not 'wide'"},
       {"--simulate set Width=512abc", 1, "Width takes a whole number of at most 53 bits, or 0x..."},
       {"--simulate set GevSCPD=4294967296", 1, "GevSCPD takes 0 to 4294967295 tck, not 4294967296"},
@@ -642,6 +699,7 @@ TEST(Completion, OffersFilesFeaturesCamerasAndValues) {
       {"-s set PixelF", "PixelFormat="},
       {"-s set PixelFormat = Mono", "Mono8 Mono16"},
       {"-s set PixelFormat =", "Mono8 Mono16 RGB8 BayerGR8 BayerRG8 BayerGB8 BayerBG8"},
+      {"-s grab --sweep ExposureT", "ExposureTime="},
       {"-s run Trigger", "TriggerSoftware"},
       {"help be", "bench"},
       {"--address 127", "127.0.0.1"},

@@ -21,14 +21,33 @@ void StreamStatistics::AddFrame(std::uint64_t frameId, std::uint64_t bytes, Cloc
     first_ = arrival;
   } else {
     longestGap_ = std::max(longestGap_, seconds(arrival - last_));
-    countLost(frameId);
+    if (idKnown_) countLost(frameId);
   }
-  last_ = arrival;
+  endOutage(arrival);
+  last_ = end_ = arrival;
   lastId_ = frameId;
+  idKnown_ = true;
   ++frames_;
   bytes_ += bytes;
   latest_.push_back({arrival, bytes});
   while (arrival - latest_.front().time > rateSpan) latest_.pop_front();
+}
+
+void StreamStatistics::BeginAgain() {
+  idKnown_ = false;
+  finalSilence_ = 0.0;
+}
+
+void StreamStatistics::AddLoss(Clock::time_point begun) {
+  if (!lostSince_) lostSince_ = frames_ > 0 ? last_ : begun;
+}
+
+void StreamStatistics::endOutage(Clock::time_point arrival) {
+  if (!lostSince_) return;
+  outages_.latest = seconds(arrival - *lostSince_);
+  outages_.seconds += outages_.latest;
+  ++outages_.count;
+  lostSince_.reset();
 }
 
 void StreamStatistics::End(Clock::time_point begun, Clock::time_point end) {
@@ -36,7 +55,7 @@ void StreamStatistics::End(Clock::time_point begun, Clock::time_point end) {
   if (silence < rateSpan) return;
   if (seconds(silence) > 2.0 * longestGap_) finalSilence_ = seconds(silence);
   longestGap_ = std::max(longestGap_, seconds(silence));
-  if (frames_ > 0) last_ = end;
+  if (frames_ > 0) end_ = end;
 }
 
 void StreamStatistics::countLost(std::uint64_t frameId) {
@@ -63,7 +82,7 @@ void StreamStatistics::SetFaults(const HostLogger::FrameFaults& before, const Ho
 }
 
 double StreamStatistics::Seconds() const {
-  return seconds(last_ - first_);
+  return seconds(end_ - first_);
 }
 
 double StreamStatistics::FrameRate() const {

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <vector>
 
 #include "camera/logger.h"
@@ -25,8 +26,19 @@ class StreamStatistics {
     double frames = 0.0;
     double megabytes = 0.0;
   };
+  /// Losses of the link that ended: frames came again.
+  struct Outages {
+    std::uint64_t count = 0;
+    double seconds = 0.0;  ///< without frames, of all of them
+    double latest = 0.0;   ///< the same of the latest one
+  };
 
   void AddFrame(std::uint64_t frameId, std::uint64_t bytes, Clock::time_point arrival);
+  /// The next frame is of another acquisition: its id tells nothing of lost ones.
+  void BeginAgain();
+  /// The link is lost; the time without frames ends with the next one. `begun` is where it began when none
+  /// has come yet.
+  void AddLoss(Clock::time_point begun);
   /// A frame that came, but with fewer bytes than its image needs.
   void AddTruncated() { ++truncated_; }
   /// Ends what `begun` began. A silence of a second or more since the last frame counts in the time, so that
@@ -41,6 +53,8 @@ class StreamStatistics {
   const HostLogger::FrameFaults& Faults() const { return faults_; }
   std::uint64_t Truncated() const { return truncated_; }
   std::uint64_t Bad() const { return faults_.Bad() + truncated_; }  ///< came damaged or truncated
+  const Outages& EndedOutages() const { return outages_; }
+  bool IsLost() const { return lostSince_.has_value(); }  ///< since a loss no frame came
 
   double Seconds() const;    ///< from the first frame to the last, or to the end of a silence behind it
   double FrameRate() const;  ///< frames per second in that time
@@ -58,6 +72,7 @@ class StreamStatistics {
   };
 
   void countLost(std::uint64_t frameId);
+  void endOutage(Clock::time_point arrival);
 
   std::uint64_t frames_ = 0;
   std::uint64_t bytes_ = 0;
@@ -66,8 +81,12 @@ class StreamStatistics {
   std::uint64_t lastId_ = 0;
   double longestGap_ = 0.0;
   double finalSilence_ = 0.0;
+  Outages outages_;
+  std::optional<Clock::time_point> lostSince_;  // the time without frames that has not ended
+  bool idKnown_ = false;
   Clock::time_point first_;
   Clock::time_point last_;
+  Clock::time_point end_;       // of the time that counts: the last frame, or a silence behind it
   std::deque<Arrival> latest_;  // those of the second before the last one
   std::vector<LostRange> lostRanges_;
   HostLogger::FrameFaults faults_;

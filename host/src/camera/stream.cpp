@@ -17,6 +17,8 @@ namespace {
 constexpr std::chrono::milliseconds progressPeriod(100);
 constexpr double silenceShownAfter = 1.0;  // seconds
 constexpr std::chrono::seconds badShownFor(2);
+constexpr double longestExposure = 1e6;             // seconds that are believed
+constexpr std::chrono::seconds askedAgainAfter(1);  // and after twice the exposure
 
 // Stops the acquisition when it goes out of scope.
 class RunningAcquisition {
@@ -52,15 +54,13 @@ std::size_t frameBytes(Camera& camera) {
 }  // namespace
 
 void FrameStream::Run(const Sink& sink) {
-  buffer_.resize(frameBytes(camera_));
-  const HostLogger::FrameFaults before = camera_.Log().Faults();
-  started_ = lastFrame_ = lastProgress_ = Clock::now();
-  pixelFormat_ = PixelFormatOf(camera_);
+  begin();
   const RunningAcquisition running(camera_);
   try {
     while (!enough_ && !Interrupted() && !complete() && !(options_.enough && options_.enough())) {
+      requests_.Next();
       const bool received = receive(sink);
-      statistics_.SetFaults(before, camera_.Log().Faults());
+      countFaults();
       if (!received) waited();
       showProgress();
     }
@@ -69,6 +69,26 @@ void FrameStream::Run(const Sink& sink) {
     throw;
   }
   end();
+}
+
+void FrameStream::begin() {
+  buffer_.resize(frameBytes(camera_));
+  pixelFormat_ = PixelFormatOf(camera_);
+  const std::chrono::duration<double> exposure(
+      std::clamp(camera_.Adapter().GetBasicParams().exposureTime, 0.0, longestExposure));
+  requests_.Begin(askedAgainAfter + std::chrono::duration_cast<Clock::duration>(2 * exposure));
+  lastFrame_ = lastProgress_ = Clock::now();
+  if (!faultsBefore_) started_ = lastFrame_;
+  if (!faultsBefore_) faultsBefore_ = camera_.Log().Faults();
+  statistics_.BeginAgain();
+}
+
+// A bad frame has come, too.
+void FrameStream::countFaults() {
+  const auto bad = [&] { return statistics_.Bad() + statistics_.Faults().oversized; };
+  const std::uint64_t before = bad();
+  statistics_.SetFaults(*faultsBefore_, camera_.Log().Faults());
+  if (bad() != before) requests_.Came();
 }
 
 void FrameStream::end() {
@@ -101,9 +121,11 @@ bool FrameStream::receive(const Sink& sink) {
   if (!received) return false;
   if (!isWhole(info)) {
     statistics_.AddTruncated();
+    requests_.Came();
     return false;
   }
   lastFrame_ = Clock::now();
+  requests_.Came();
   badBefore_ = statistics_.Bad();
   statistics_.AddFrame(info.frameId, info.size, lastFrame_);
   enough_ = !sink(info, buffer_);
@@ -129,7 +151,7 @@ std::uint64_t FrameStream::badOnes() const {
 }
 
 double FrameStream::silentSeconds() const {
-  return std::chrono::duration<double>(Clock::now() - lastFrame_).count();
+  return std::chrono::duration<double>(Clock::now() - requests_.WaitingSince(lastFrame_)).count();
 }
 
 std::string FrameStream::Silence() const {

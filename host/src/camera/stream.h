@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "camera/camera.h"
+#include "camera/frame_requests.h"
 #include "camera/pixel_format.h"
 #include "camera/statistics.h"
 
@@ -20,9 +21,11 @@ struct StreamOptions {
   std::optional<double> seconds;           ///< time to receive for
   double patience = 10.0;                  ///< seconds without any frame after which it fails; 0: for ever
   std::function<bool()> enough = nullptr;  ///< asked between frames; true ends it
+  std::function<void()> ask = nullptr;     ///< makes the camera take a frame; none: it sends by itself
+  std::chrono::milliseconds askPeriod{0};  ///< least time between two frames that are asked for
 };
 
-/// One acquisition: starts it, receives frames and stops it, whatever happens.
+/// Acquisitions, one after the other: starts each, receives frames and stops it, whatever happens.
 class FrameStream {
  public:
   /// Gets every whole frame: its data are the first `info.size` bytes of `buffer`, which may be swapped for
@@ -31,15 +34,23 @@ class FrameStream {
   /// Called about ten times a second, and after the last frame.
   using Progress = std::function<void(const FrameStream&)>;
 
-  FrameStream(Camera& camera, StreamOptions options) : camera_(camera), options_(std::move(options)) {}
+  FrameStream(Camera& camera, StreamOptions options)
+      : camera_(camera), options_(std::move(options)), requests_(options_.ask, options_.askPeriod) {}
 
   void OnProgress(Progress progress) { progress_ = std::move(progress); }
 
   /// Returns when the frames or the seconds are complete, on Ctrl-C, and when the sink has enough. Throws
-  /// Failure: LinkLost, or Failed when no frame comes; the statistics stay valid.
+  /// Failure: LinkLost, or Failed when no frame comes; the statistics stay valid. A further run is a new
+  /// acquisition that counts on, frames and seconds too.
   void Run(const Sink& sink);
+  /// From here on `total` frames of all runs make it complete.
+  void ExpectFrames(std::int64_t total) { options_.frames = total; }
+  /// The link was lost: until a frame comes again that is an outage in the statistics.
+  void AddLoss() { statistics_.AddLoss(started_); }
 
   const StreamStatistics& Statistics() const { return statistics_; }
+  /// What its last run received.
+  const PixelFormat& Format() const { return pixelFormat_; }
   /// Whether it ended before the frames or the seconds were complete.
   bool EndedEarly() const;
   /// Seconds without a frame at the end of the time that was asked for; 0 unless that was over a second and
@@ -55,7 +66,9 @@ class FrameStream {
   using Clock = std::chrono::steady_clock;
 
   bool complete() const;
+  void begin();
   void end();
+  void countFaults();
   double silentSeconds() const;
   std::string silenceText(const char* secondsFormat) const;
   std::uint64_t badOnes() const;  // since the last good frame, while they still come
@@ -70,7 +83,9 @@ class FrameStream {
   StreamStatistics statistics_;
   std::vector<std::uint8_t> buffer_;
   PixelFormat pixelFormat_;
-  std::uint64_t badBefore_ = 0;  // bad frames up to the last good one
+  FrameRequests requests_;
+  std::optional<HostLogger::FrameFaults> faultsBefore_;  // the first run
+  std::uint64_t badBefore_ = 0;                          // bad frames up to the last good one
   std::uint64_t badSeen_ = 0;
   Clock::time_point lastBad_;
   std::string packetFacts_;  // asked for when frames come damaged only

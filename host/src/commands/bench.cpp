@@ -13,6 +13,7 @@
 #include "camera/camera.h"
 #include "commands/commands.h"
 #include "commands/watch_options.h"
+#include "parameters/temporary_settings.h"
 #include "terminal/console.h"
 #include "terminal/interrupt.h"
 
@@ -30,33 +31,14 @@ struct ProcessorTime {
   double process = 0.0;  // with the threads of the camera library
 };
 
-// Sets the camera's highest frame rate while it lives, then the one before again.
-class TemporaryRate {
- public:
-  explicit TemporaryRate(Camera& camera) : camera_(camera) {
-    for (const common::Parameter& parameter : camera.Adapter().Scan()) {
-      if (parameter.name != "AcquisitionFrameRate" || !parameter.metadata->writable) continue;
-      before_ = parameter;
-      common::Parameter fastest = parameter;
-      fastest.value = parameter.metadata->max.value_or(0.0);
-      fastest.type = common::DataType::Double;
-      if (std::get<double>(fastest.value) > 0.0) camera.Adapter().Write(fastest);
-    }
-  }
-  TemporaryRate(const TemporaryRate&) = delete;
-  TemporaryRate& operator=(const TemporaryRate&) = delete;
-  ~TemporaryRate() {
-    if (!before_) return;
-    try {
-      camera_.Adapter().Write(*before_);
-    } catch (const std::runtime_error&) {  // a lost camera keeps its rate
-    }
-  }
-
- private:
-  Camera& camera_;
-  std::optional<common::Parameter> before_;
-};
+void setHighestRate(TemporarySettings& settings) {
+  const auto rate = settings.LastScan().find("AcquisitionFrameRate");
+  if (rate == settings.LastScan().end() || !rate->second.metadata->writable) return;
+  common::Parameter fastest = rate->second;
+  fastest.value = fastest.metadata->max.value_or(0.0);
+  fastest.type = common::DataType::Double;
+  if (std::get<double>(fastest.value) > 0.0) settings.Set(fastest);
+}
 
 double processorSeconds(clockid_t clock) {
   timespec time{};
@@ -85,8 +67,8 @@ void print(const StreamStatistics& statistics, const ProcessorTime& used, bool a
 
 ExitStatus bench(Camera& camera, const BenchOptions& options) {
   CatchInterrupts();
-  std::optional<TemporaryRate> rate;
-  if (!options.keepRate) rate.emplace(camera);
+  std::optional<TemporarySettings> settings;
+  if (!options.keepRate) setHighestRate(settings.emplace(camera));
   FrameStream stream(camera, options.watch.ForStream());
   const ProcessorTime start = processorTime();
   ReceiveOnly(stream);

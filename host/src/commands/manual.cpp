@@ -83,6 +83,7 @@ std::string kindOfValue(const CLI::Option& option) {
   const std::string type = option.get_type_name();
   if (type.find('|') != std::string::npos) return type;
   if (type == "CAMERA") return "cameras";
+  if (type.starts_with("NAME=")) return "settings";
   return type == "FILE" || type == "DIR" ? "files" : "none";
 }
 

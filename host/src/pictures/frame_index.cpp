@@ -19,10 +19,19 @@ std::string textOf(Number number) {
   return fmt::format("{}", number);
 }
 
+std::string lineWith(std::vector<std::string> cells, const std::vector<std::string>& extra) {
+  cells.insert(cells.end(), extra.begin(), extra.end());
+  return CsvLine(cells);
+}
+
 }  // namespace
 
-FrameIndex::FrameIndex(std::filesystem::path directory, bool overwrite, std::string pixelFormat)
-    : directory_(std::move(directory)), overwrite_(overwrite), pixelFormat_(std::move(pixelFormat)) {
+FrameIndex::FrameIndex(std::filesystem::path directory, bool overwrite, std::string pixelFormat,
+                       std::vector<std::string> extraColumns)
+    : directory_(std::move(directory)),
+      overwrite_(overwrite),
+      pixelFormat_(std::move(pixelFormat)),
+      extraColumns_(std::move(extraColumns)) {
   std::error_code ignored;
   for (const auto& entry : std::filesystem::directory_iterator(directory_, ignored)) {
     if (IsSavedFrame(entry.path().filename().string())) earlier_.insert(entry.path());
@@ -50,8 +59,9 @@ void FrameIndex::Add(const Frame& frame, const FramePlace& place, const std::fun
 }
 
 void FrameIndex::begin() {
-  const std::string header = CsvLine({"frame_id", "timestamp_ns", "exposure_us", "width", "height",
-                                      "pixel_format", "bytes", "file", "page", "arrival_ns"});
+  const std::string header = lineWith({"frame_id", "timestamp_ns", "exposure_us", "width", "height",
+                                       "pixel_format", "bytes", "file", "page", "arrival_ns"},
+                                      extraColumns_);
   file_.emplace(directory_ / fileName, overwrite_);
   file_->Write(header);
   file_->Publish();
@@ -65,9 +75,10 @@ void FrameIndex::begin() {
 
 std::string FrameIndex::lineOf(const Frame& frame, const FramePlace& place) const {
   const common::FrameInfo& info = frame.info;
-  return CsvLine({textOf(info.frameId), textOf(info.timestamp), textOf(info.exposureTime), textOf(info.width),
-                  textOf(info.height), pixelFormat_, textOf(info.size), place.file,
-                  place.page == 0 ? "" : textOf(place.page), textOf(frame.arrival)});
+  return lineWith({textOf(info.frameId), textOf(info.timestamp), textOf(info.exposureTime),
+                   textOf(info.width), textOf(info.height), pixelFormat_, textOf(info.size), place.file,
+                   place.page == 0 ? "" : textOf(place.page), textOf(frame.arrival)},
+                  frame.extra);
 }
 
 void FrameIndex::GiveUp() {

@@ -9,6 +9,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "pictures/frame.h"
 #include "terminal/output_file.h"
@@ -30,8 +31,10 @@ struct FramePlace {
 /// Several threads add frames at once; one of them calls the rest when the others are done.
 class FrameIndex {
  public:
-  /// Throws Failure when files of an earlier grab exist and may not be overwritten.
-  FrameIndex(std::filesystem::path directory, bool overwrite, std::string pixelFormat);
+  /// `extraColumns` come behind the index's own. Throws Failure when files of an earlier grab exist and may
+  /// not be overwritten.
+  FrameIndex(std::filesystem::path directory, bool overwrite, std::string pixelFormat,
+             std::vector<std::string> extraColumns);
 
   /// Waits until all frames before this one are listed, lists it and calls `complete`, which makes its
   /// picture whole. Does nothing after `GiveUp`. Throws Failure, and what `complete` throws.
@@ -53,6 +56,7 @@ class FrameIndex {
   std::filesystem::path directory_;
   bool overwrite_;
   std::string pixelFormat_;
+  std::vector<std::string> extraColumns_;
   std::set<std::filesystem::path> earlier_;  // pictures of an earlier grab
 
   std::mutex mutex_;  // of what follows

@@ -11,8 +11,9 @@ namespace vireo::host {
 FramePipe::FramePipe(PixelFormat pixelFormat)
     : pixelFormat_(std::move(pixelFormat)), queue_(1, [this](const Frame& frame) { write(frame); }) {}
 
-bool FramePipe::Save(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer) {
-  return queue_.Put(info, buffer);
+bool FramePipe::Save(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer,
+                     const std::vector<std::string>& extra) {
+  return queue_.Put(info, buffer, extra);
 }
 
 void FramePipe::Finish() {

@@ -16,7 +16,8 @@ class FramePipe final : public FrameSink {
   /// `pixelFormat` tells where an image ends: what a camera sends behind it must not shift the next one.
   explicit FramePipe(PixelFormat pixelFormat);
 
-  bool Save(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer) override;
+  bool Save(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer,
+            const std::vector<std::string>& extra) override;
   void Finish() override;
   std::uint64_t Saved() const override { return written_; }
 

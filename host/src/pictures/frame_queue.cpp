@@ -18,7 +18,8 @@ FrameQueue::~FrameQueue() {
   Close();
 }
 
-bool FrameQueue::Put(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer) {
+bool FrameQueue::Put(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer,
+                     const std::vector<std::string>& extra) {
   const std::uint64_t arrival = common::TimeNow();
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [&] { return pending_.size() < longest || error_; });
@@ -30,7 +31,7 @@ bool FrameQueue::Put(const common::FrameInfo& info, std::vector<std::uint8_t>& b
   }
   next.resize(buffer.size());
   std::swap(next, buffer);
-  pending_.push_back({++taken_, info, arrival, std::move(next)});
+  pending_.push_back({++taken_, info, arrival, std::move(next), extra});
   changed_.notify_all();
   return true;
 }

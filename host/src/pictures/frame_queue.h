@@ -33,7 +33,8 @@ class FrameQueue {
   ~FrameQueue();
 
   /// To be called when the frame has just come. False after an error: the frame is not taken.
-  bool Put(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer);
+  bool Put(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer,
+           const std::vector<std::string>& extra = {});
   /// Waits until all frames are done and ends the workers. Gives the error that stopped them, if any.
   std::exception_ptr Close();
 

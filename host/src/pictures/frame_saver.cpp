@@ -29,15 +29,16 @@ FrameSaver::FrameSaver(SaveOptions options, const PixelFormat& pixelFormat)
     : options_(std::move(options)),
       target_(targetOf(options_, pixelFormat)),
       directory_(options_.directory),
-      index_(options_.directory, options_.force, pixelFormat.name),
+      index_(options_.directory, options_.force, pixelFormat.name, options_.extraColumns),
       writer_(options_.format->makeWriter(target_)) {
   const unsigned threads =
       options_.format->keepsOrder ? 1 : std::max(1u, std::thread::hardware_concurrency());
   queue_.emplace(threads, [this](const Frame& frame) { saveFrame(frame); });
 }
 
-bool FrameSaver::Save(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer) {
-  return queue_->Put(info, buffer);
+bool FrameSaver::Save(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer,
+                      const std::vector<std::string>& extra) {
+  return queue_->Put(info, buffer, extra);
 }
 
 void FrameSaver::saveFrame(const Frame& frame) {

@@ -19,7 +19,8 @@ namespace vireo::host {
 struct SaveOptions {
   std::filesystem::path directory = "frames";
   const FrameFormat* format = &pngFormat;
-  bool force = false;  ///< overwrite existing files
+  bool force = false;                          ///< overwrite existing files
+  std::vector<std::string> extraColumns = {};  ///< of frames.csv, behind its own
 };
 
 /// Turns frames into files while receiving goes on: a queue hands them to worker threads, a writer of the
@@ -31,7 +32,8 @@ class FrameSaver final : public FrameSink {
   /// format cannot hold such pixels.
   FrameSaver(SaveOptions options, const PixelFormat& pixelFormat);
 
-  bool Save(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer) override;
+  bool Save(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer,
+            const std::vector<std::string>& extra) override;
   void Finish() override;
   std::uint64_t Saved() const override { return saved_; }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "vireo/common/adapter_base.h"
@@ -14,8 +15,10 @@ class FrameSink {
   virtual ~FrameSink() = default;
 
   /// Takes the frame's bytes and leaves a buffer of the same size. Waits while too many frames are pending.
-  /// False once a frame could not be kept: `Finish` says why.
-  virtual bool Save(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer) = 0;
+  /// `extra` are the frame's cells in the further columns of an index. False once a frame could not be kept:
+  /// `Finish` says why.
+  virtual bool Save(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer,
+                    const std::vector<std::string>& extra) = 0;
   /// Waits for what is pending. Throws what stopped the saving.
   virtual void Finish() = 0;
   /// Frames that are safe once `Finish` has returned or thrown.

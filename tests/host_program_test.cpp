@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "support/program.h"
+#include "support/read_csv.h"
 #include "support/simulated_network_camera.h"
 
 namespace {
@@ -21,17 +22,6 @@ using namespace testing;
 const std::string network = "--address 127.0.0.1 ";
 /// A camera of plain memory with settings of every difficult kind.
 const std::string difficultCamera = "--description '" VIREO_TEST_DATA "/host/settings.xml'";
-
-std::vector<std::vector<std::string>> readCsv(const std::filesystem::path& path) {
-  std::vector<std::vector<std::string>> rows;
-  std::istringstream lines(readText(path));
-  for (std::string line; std::getline(lines, line);) {
-    rows.emplace_back();
-    std::istringstream cells(line.substr(0, line.find('\r')));
-    for (std::string cell; std::getline(cells, cell, ',');) rows.back().push_back(cell);
-  }
-  return rows;
-}
 
 /// The pixels of a grey picture of 512 x 512.
 std::vector<std::uint8_t> readPng(const std::filesystem::path& path) {
@@ -313,7 +303,7 @@ TEST(Grab, TakesEachFrameOfASweepWithItsValue) {
   EXPECT_EQ(failed.status, 1);
   EXPECT_THAT(failed.err, HasSubstr("Width takes 8 to 2048 px, not 4096; 3 frames are saved"));
   EXPECT_THAT(run(grab + "--sweep PixelFormat=Mono8,Mono16").err,
-              HasSubstr("and PixelFormat makes it Mono16 instead of Mono8: grab once for each; 3 frames"));
+              HasSubstr("and now it is Mono16 instead of Mono8: grab once for each; 3 frames are"));
   EXPECT_EQ(run(network + "get Width PixelFormat").out, "Width=512\nPixelFormat=Mono8\n");
 }
 

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "support/browser.h"
 #include "support/program.h"
@@ -21,8 +22,9 @@ using testing::HasSubstr;
 /// `vireo-cam view` with a page of its own.
 class ViewProgram {
  public:
-  explicit ViewProgram(const std::string& camera, const std::string& before = "")
-      : program_(camera + " view --port 0", before) {
+  explicit ViewProgram(const std::string& camera, const std::string& before = "",
+                       const std::string& options = "")
+      : program_(camera + " view --port 0 " + options, before) {
     const std::string printed = program_.WaitFor("Ctrl-C");
     port_ = std::stoi(printed.substr(printed.rfind(':') + 1));
   }
@@ -121,6 +123,23 @@ TEST(View, OffersExposureAndGainUnderTheNamesOfOlderCameras) {
   EXPECT_EQ(view.Set("Other", "5"), 200);
   EXPECT_EQ(view.State()["adjustable"][1]["value"], 7);
   EXPECT_THAT(view.State()["trouble"].get<std::string>(), HasSubstr("no frame"));
+}
+
+TEST(View, ComesBackWithTheCameraAndWhatThePageChanged) {
+  std::optional<SimulatedNetworkCamera> camera(std::in_place);
+  const ViewProgram view("--address 127.0.0.1", "", "--reconnect");
+  EXPECT_EQ(view.Set("Gain", 4), 200);
+  EXPECT_EQ(view.Set("Width", 128), 200);
+  const auto comes = [&] { return view.State()["trouble"] == "" && view.State()["width"] == 128; };
+  waitUntil("frames", comes);
+  camera.reset();
+  waitUntil("the loss",
+            [&] { return view.State()["trouble"].get<std::string>().find("is lost") != std::string::npos; });
+  EXPECT_EQ(view.Set("Gain", 5), 400);
+  camera.emplace();
+  waitUntil("frames again", comes);
+  for (const json& parameter : view.State()["adjustable"])
+    if (parameter["name"] == "Gain") EXPECT_EQ(parameter["value"], 4);
 }
 
 class Page : public testing::TestWithParam<std::pair<int, int>> {};

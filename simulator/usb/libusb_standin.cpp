@@ -16,6 +16,8 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -89,16 +91,33 @@ class Bus {
   void Unplug() {
     if (const auto camera = Camera(); camera != nullptr) camera->Unplug();
   }
+  /// To be called by who looks for cameras: plugs one in again whose time has come.
+  void Return() {
+    const auto camera = Camera();
+    if (returnTime_ == milliseconds(0) || camera == nullptr || camera->IsPluggedIn()) return;
+    const std::lock_guard lock(returnMutex_);
+    if (!missedSince_) missedSince_ = Clock::now();
+    if (Clock::now() - *missedSince_ < returnTime_) return;
+    missedSince_.reset();
+    PlugIn(environment("VIREO_USB_CAMERA"), environment("VIREO_USB_FAULTS"));
+  }
 
  private:
   Bus() {
-    const char* const description = std::getenv("VIREO_USB_CAMERA");
-    const char* const faults = std::getenv("VIREO_USB_FAULTS");
-    if (description != nullptr) PlugIn(description, faults != nullptr ? faults : "");
+    const std::string description = environment("VIREO_USB_CAMERA");
+    if (!description.empty()) PlugIn(description, environment("VIREO_USB_FAULTS"));
+    returnTime_ = milliseconds(std::strtol(environment("VIREO_USB_RETURN").c_str(), nullptr, 10));
+  }
+  static std::string environment(const char* name) {
+    const char* const value = std::getenv(name);
+    return value != nullptr ? value : "";
   }
 
   std::mutex mutex_;
   std::shared_ptr<UsbCamera> camera_;
+  milliseconds returnTime_{0};  // after its removal was seen; 0: it stays away
+  std::mutex returnMutex_;
+  std::optional<Clock::time_point> missedSince_;
 };
 
 int errorOf(UsbResult result) {
@@ -281,6 +300,7 @@ const char* libusb_error_name(int code) {
 }
 
 ssize_t libusb_get_device_list(libusb_context* context, libusb_device*** list) {
+  Bus::Instance().Return();
   const auto camera = Bus::Instance().Camera();
   const bool isThere = camera != nullptr && camera->IsPluggedIn();
   *list = new libusb_device* [2] { isThere ? &context->device : nullptr, nullptr };

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The bus that the stand-in for libusb finds: nothing on it, or one USB3 Vision camera. A program that is
 // started with VIREO_USB_CAMERA naming the camera's description has it plugged in from the beginning, with
-// the faults of VIREO_USB_FAULTS. Tests that link the library plug it in themselves. Any thread.
+// the faults of VIREO_USB_FAULTS; with VIREO_USB_RETURN a removed one is back so many milliseconds after it
+// was missed. Tests that link the library plug it in themselves. Any thread.
 #pragma once
 
 #include <memory>

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <ostream>
+#include <string>
 
 /// What this process holds at the moment.
 struct ProcessUse {
@@ -16,14 +17,19 @@ struct ProcessUse {
   std::ptrdiff_t heap = 0;      ///< bytes allocated and not freed; 0 under a sanitizer's allocator
   std::ptrdiff_t resident = 0;  ///< bytes of memory that the system has given
 
-  static ProcessUse now() {
-    const auto entries = [](const char* folder) {
-      const std::filesystem::directory_iterator begin(folder);
+  /// Threads and descriptors of a process by its id.
+  static ProcessUse of(const std::string& process) {
+    const auto entries = [&](const char* folder) {
+      const std::filesystem::directory_iterator begin("/proc/" + process + folder);
       return std::distance(begin, std::filesystem::directory_iterator());
     };
     ProcessUse use;
-    use.threads = entries("/proc/self/task");
-    use.descriptors = entries("/proc/self/fd");
+    use.threads = entries("/task");
+    use.descriptors = entries("/fd");
+    return use;
+  }
+  static ProcessUse now() {
+    ProcessUse use = of("self");
     const auto memory = mallinfo2();
     use.heap = static_cast<std::ptrdiff_t>(memory.uordblks + memory.hblkhd);
     std::ifstream("/proc/self/statm").ignore(32, ' ') >> use.resident;

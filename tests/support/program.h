@@ -70,6 +70,7 @@ class Program {
   Program& operator=(const Program&) = delete;
 
   void Signal(int signal) const { kill(pid_, signal); }
+  pid_t Id() const { return pid_; }
 
   /// Standard output once it holds `text`; throws with standard error when the program ends without it.
   std::string WaitFor(const std::string& text) const {

@@ -12,6 +12,8 @@
 namespace vireo::host {
 namespace {
 
+constexpr const char* serialNumber = "DeviceSerialNumber";
+
 std::string addressOf(const CameraOptions& options) {
   return options.simulate ? simulatedCameraAddress : options.address;
 }
@@ -33,12 +35,44 @@ Failure noCameraFailure(const CameraOptions& options, std::string_view reason) {
 }  // namespace
 
 Camera::Camera(const CameraOptions& options, Use use)
-    : logger_(options.logLevel), plugin_(options.adapterFile), adapter_(plugin_.MakeAdapter()) {
+    : options_(options),
+      logger_(options.logLevel),
+      plugin_(options.adapterFile),
+      adapter_(plugin_.MakeAdapter()) {
   if (options.simulate) EnableNothingButSimulatedCamera();
   if (use == Use::Stream) logger_.CountFrameFaults();
   if (use == Use::ControlIfFree) controller_ = ControllerOf(addressOf(options));
   if (use == Use::Control || use == Use::Stream) awaitControl(options);
   connect(options);
+  if (use != Use::Stream) return;
+  name_ = Name();
+  serial_ = ValueOr(serialNumber, "");
+}
+
+// The first camera that is found may be another one now.
+std::optional<std::string> Camera::sameAddress() const {
+  const std::string address = addressOf(options_);
+  if (!address.empty() || serial_.empty()) return address;
+  for (const FoundCamera& found : FindCameras())
+    if (found.serial == serial_) return found.id;
+  return std::nullopt;
+}
+
+bool Camera::Reconnect() {
+  const std::lock_guard control(control_);
+  adapter_->Disconnect();
+  const std::optional<std::string> address = sameAddress();
+  if (!address) return false;
+  const Controller controller = ControllerOf(*address);
+  if (!controller.answers || controller.isOther) return false;
+  try {
+    adapter_->Initialise({*address, 0.0});
+    catalogue_ = adapter_->Connect();
+    if (Name() == name_) return true;
+  } catch (const std::runtime_error&) {  // gone again
+  }
+  adapter_->Disconnect();
+  return false;
 }
 
 // A camera stays controlled by a program that was killed until it has missed the heartbeat for a while.
@@ -71,7 +105,7 @@ void Camera::connect(const CameraOptions& options) {
 
 std::string Camera::Name() {
   std::string name;
-  for (const auto& [parameter, value] : Values({"DeviceVendorName", "DeviceModelName", "DeviceSerialNumber"}))
+  for (const auto& [parameter, value] : Values({"DeviceVendorName", "DeviceModelName", serialNumber}))
     name += (name.empty() ? "" : " ") + value;
   return name.empty() ? "without a name" : name;
 }

@@ -33,6 +33,12 @@ class Camera {
   /// and `use` is more than reading.
   Camera(const CameraOptions& options, Use use);
 
+  /// Tries once to connect again to the same camera, after a loss of the link. False when it does not answer,
+  /// or another program controls it; then every access fails. Opened for `Stream` only.
+  bool Reconnect();
+  /// What `Name` said when the connection was made; of a camera that was opened for `Stream`.
+  const std::string& IdentityAtStart() const { return name_; }
+
   common::AdapterBase& Adapter() { return *adapter_; }
   const HostLogger& Log() const { return logger_; }
   std::mutex& Control() { return control_; }
@@ -69,7 +75,11 @@ class Camera {
  private:
   static void awaitControl(const CameraOptions& options);
   void connect(const CameraOptions& options);
+  std::optional<std::string> sameAddress() const;
 
+  CameraOptions options_;
+  std::string name_;
+  std::string serial_;
   std::mutex control_;
   HostLogger logger_;
   Plugin plugin_;

@@ -102,6 +102,7 @@ Controller ControllerOf(const std::string& address) {
   const std::unique_ptr<ArvDevice, void (*)(void*)> device(
       arv_open_device(address.empty() ? nullptr : address.c_str(), nullptr), g_object_unref);
   Controller controller;
+  controller.answers = device != nullptr;
   controller.isOther =
       ARV_IS_GV_DEVICE(device.get()) && !arv_gv_device_is_controller(ARV_GV_DEVICE(device.get()));
   guint32 holder = 0;

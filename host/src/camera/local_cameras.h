@@ -33,6 +33,7 @@ std::vector<FoundCamera> FindCameras();
 
 /// Who holds the control of a camera.
 struct Controller {
+  bool answers = false;  ///< whether the camera is there at all
   bool isOther = false;  ///< another program does; only GigE Vision cameras tell
   std::string address;   ///< of that program's computer; empty when the camera does not say
 };

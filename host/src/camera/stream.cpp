@@ -57,7 +57,7 @@ void FrameStream::Run(const Sink& sink) {
   begin();
   const RunningAcquisition running(camera_);
   try {
-    while (!enough_ && !Interrupted() && !complete() && !(options_.enough && options_.enough())) {
+    while (!enough_ && !Interrupted() && !IsComplete() && !(options_.enough && options_.enough())) {
       requests_.Next();
       const bool received = receive(sink);
       countFaults();
@@ -96,14 +96,14 @@ void FrameStream::end() {
   if (progress_) progress_(*this);
 }
 
-bool FrameStream::complete() const {
+bool FrameStream::IsComplete() const {
   if (options_.frames > 0 && statistics_.Frames() >= static_cast<std::uint64_t>(options_.frames)) return true;
   return options_.seconds &&
          std::chrono::duration<double>(Clock::now() - started_).count() >= *options_.seconds;
 }
 
 bool FrameStream::EndedEarly() const {
-  return (options_.frames > 0 || options_.seconds) && !complete();
+  return (options_.frames > 0 || options_.seconds) && !IsComplete();
 }
 
 // Width or height are 0 when the packet that tells them was lost.
@@ -127,7 +127,9 @@ bool FrameStream::receive(const Sink& sink) {
   lastFrame_ = Clock::now();
   requests_.Came();
   badBefore_ = statistics_.Bad();
+  const bool resumes = statistics_.IsLost();
   statistics_.AddFrame(info.frameId, info.size, lastFrame_);
+  if (resumes && resumed_) resumed_(statistics_.EndedOutages().latest);
   enough_ = !sink(info, buffer_);
   return true;
 }

@@ -39,6 +39,9 @@ class FrameStream {
 
   void OnProgress(Progress progress) { progress_ = std::move(progress); }
 
+  /// Called with the seconds without a frame when the first one after a loss has come.
+  void OnResumed(std::function<void(double)> resumed) { resumed_ = std::move(resumed); }
+
   /// Returns when the frames or the seconds are complete, on Ctrl-C, and when the sink has enough. Throws
   /// Failure: LinkLost, or Failed when no frame comes; the statistics stay valid. A further run is a new
   /// acquisition that counts on, frames and seconds too.
@@ -51,6 +54,8 @@ class FrameStream {
   const StreamStatistics& Statistics() const { return statistics_; }
   /// What its last run received.
   const PixelFormat& Format() const { return pixelFormat_; }
+  /// Whether the frames or the seconds that were asked for are over.
+  bool IsComplete() const;
   /// Whether it ended before the frames or the seconds were complete.
   bool EndedEarly() const;
   /// Seconds without a frame at the end of the time that was asked for; 0 unless that was over a second and
@@ -65,7 +70,6 @@ class FrameStream {
  private:
   using Clock = std::chrono::steady_clock;
 
-  bool complete() const;
   void begin();
   void end();
   void countFaults();
@@ -80,6 +84,7 @@ class FrameStream {
   Camera& camera_;
   StreamOptions options_;
   Progress progress_;
+  std::function<void(double)> resumed_;
   StreamStatistics statistics_;
   std::vector<std::uint8_t> buffer_;
   PixelFormat pixelFormat_;

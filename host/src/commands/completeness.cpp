@@ -20,8 +20,11 @@ void RequireComplete(const FrameStream& stream, bool allowLost) {
   if (stream.EndedEarly()) missing.emplace_back("it ended early");
   if (stream.FinalSilence() > 0.0)
     missing.push_back(fmt::format("none came in the last {:.1f} s", stream.FinalSilence()));
-  const std::pair<std::uint64_t, const char*> counts[] = {
-      {statistics.Lost(), "lost"}, {statistics.Bad(), "bad"}, {statistics.Faults().oversized, "too large"}};
+  const std::uint64_t outages = statistics.EndedOutages().count;
+  const std::pair<std::uint64_t, const char*> counts[] = {{outages, outages == 1 ? "outage" : "outages"},
+                                                          {statistics.Lost(), "lost"},
+                                                          {statistics.Bad(), "bad"},
+                                                          {statistics.Faults().oversized, "too large"}};
   for (const auto& [count, what] : counts) {
     if (count != 0 && !allowLost) missing.push_back(fmt::format("{} {}", count, what));
   }

@@ -10,7 +10,8 @@ namespace vireo::host {
 void AddAllowLostOption(CLI::App* command, bool& allowLost);
 
 /// Ends a command that must receive every frame. Throws Failure with Incomplete, saying what is missing, when
-/// the stream ended early or frames were lost, bad or too large; with `allowLost` only when it ended early.
+/// the stream ended early, its link was lost or frames were lost, bad or too large; with `allowLost` only
+/// when it ended early.
 void RequireComplete(const FrameStream& stream, bool allowLost);
 
 }  // namespace vireo::host

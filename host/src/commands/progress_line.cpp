@@ -36,7 +36,7 @@ ProgressLine::~ProgressLine() {
 }
 
 void ProgressLine::Show(const FrameStream& stream) {
-  if (!terminal_) return;
+  if (!terminal_ || stream.Statistics().IsLost()) return;  // a note on the loss stands there
   const StreamStatistics& statistics = stream.Statistics();
   const std::string count = frames_ > 0 ? bar(statistics.Frames(), static_cast<std::uint64_t>(frames_))
                                         : fmt::format("{} frames", statistics.Frames());

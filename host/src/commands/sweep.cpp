@@ -6,14 +6,11 @@
 #include <algorithm>
 #include <sstream>
 
-#include "camera/pixel_format.h"
 #include "parameters/names.h"
 #include "terminal/console.h"
 
 namespace vireo::host {
 namespace {
-
-constexpr const char* formatName = "PixelFormat";
 
 struct Words {
   std::string name;
@@ -39,7 +36,7 @@ std::string usageError(const std::string& option) {
 }  // namespace
 
 Sweep::Sweep(Camera& camera, TemporarySettings& settings, const std::string& option)
-    : camera_(camera), settings_(settings), pixelFormat_(camera.ValueOr(formatName, "")) {
+    : camera_(camera), settings_(settings) {
   const Words words = wordsOf(option);
   name_ = words.name;
   RequireParameter(camera, name_);
@@ -51,23 +48,12 @@ Sweep::Sweep(Camera& camera, TemporarySettings& settings, const std::string& opt
 std::string Sweep::Choose(std::size_t index) {
   const common::Parameter& wanted = values_.at(index);
   const ReadBack read = settings_.Set(wanted);
-  requireSameFormat();
   const IntegerForm form = FormOf(camera_.Features(), read.now.value_or(wanted));
   const std::string taken = ShownText(read.now.value_or(wanted), form);
   if (!read.asWritten)
     PrintError(fmt::format("note: {} is {}{}{} (asked for {})", name_, taken, read.unit.empty() ? "" : " ",
                            read.unit, ShownText(wanted, form)));
   return taken;
-}
-
-// The pictures of one grab are made in one way.
-void Sweep::requireSameFormat() const {
-  const std::string now = camera_.ValueOr(formatName, "");
-  if (now == pixelFormat_) return;
-  throw Failure(ExitStatus::Failed,
-                fmt::format("the frames of one grab have one PixelFormat, and {} makes it "
-                            "{} instead of {}: grab once for each",
-                            name_, now, pixelFormat_));
 }
 
 std::size_t SweepSize(const std::string& option) {

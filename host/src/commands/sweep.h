@@ -23,13 +23,10 @@ class Sweep {
   std::string Choose(std::size_t index);
 
  private:
-  void requireSameFormat() const;
-
   Camera& camera_;
   TemporarySettings& settings_;
   std::string name_;
   std::vector<common::Parameter> values_;
-  std::string pixelFormat_;  // of all frames
 };
 
 /// How many values the option has.

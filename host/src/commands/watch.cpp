@@ -7,6 +7,7 @@
 #include "camera/camera.h"
 #include "commands/commands.h"
 #include "commands/completeness.h"
+#include "commands/reconnection.h"
 #include "commands/watch_options.h"
 #include "terminal/console.h"
 #include "terminal/interrupt.h"
@@ -17,6 +18,7 @@ namespace {
 struct WatchCommandOptions : WatchOptions {
   bool allowLost = false;
   bool lines = false;
+  bool reconnect = false;
 };
 
 // Prints what was seen of the stream once a second.
@@ -35,6 +37,7 @@ class SecondLines {
                           {"lost", statistics.Lost()},
                           {"bad", statistics.Bad()},
                           {"oversized", statistics.Faults().oversized},
+                          {"outages", statistics.EndedOutages().count},
                           {"silence", stream.Silence()}}));
   }
 
@@ -52,13 +55,16 @@ std::string summary(const StreamStatistics& statistics, const WatchCommandOption
 
 ExitStatus watch(Camera& camera, const WatchCommandOptions& options) {
   CatchInterrupts();
+  Reconnection reconnection(camera, options.reconnect);
   FrameStream stream(camera, options.ForStream());
   std::exception_ptr error;
   try {
     SecondLines seconds;
-    ReceiveOnly(stream, [&](const FrameStream& running) {
+    const auto report = [&](const FrameStream& running) {
       if (options.lines) seconds.Print(running);
-    });
+    };
+    reconnection.Run(
+        stream, [&] { ReceiveOnly(stream, report); }, [] {});
   } catch (const Failure&) {
     error = std::current_exception();  // the summary of what came until then first
   }
@@ -77,6 +83,7 @@ void AddWatchCommand(CommandLine& line) {
                             Use::Stream, [options](Camera& camera) { return watch(camera, *options); });
   options->AddTo(command);
   AddAllowLostOption(command, options->allowLost);
+  AddReconnectOption(command, options->reconnect);
   command->add_flag("--lines", options->lines, "With --json: one object a second, then the summary")
       ->needs("--json");
 }

@@ -78,16 +78,23 @@ Json SummaryJson(const StreamStatistics& statistics) {
           {"lost_ids", lost},
           {"bad", bad},
           {"oversized", statistics.Faults().oversized},
+          {"outages", statistics.EndedOutages().count},
+          {"outage_seconds", statistics.EndedOutages().seconds},
           {"longest_gap_seconds", statistics.LongestGap()}};
 }
 
 std::string SummaryText(const StreamStatistics& statistics) {
+  const StreamStatistics::Outages& outages = statistics.EndedOutages();
+  const std::string outageLine =
+      outages.count == 0
+          ? ""
+          : fmt::format("Outages       {}, {:.2f} s without frames\n", outages.count, outages.seconds);
   return fmt::format(
       "Frames        {} in {:.2f} s\nRate          {:.2f} frames/s, {:.2f} MB/s\nLost frames   {}\n"
-      "Bad frames    {}\nOversized     {}\nLongest gap   {:.1f} ms\n",
+      "Bad frames    {}\nOversized     {}\nLongest gap   {:.1f} ms\n{}",
       statistics.Frames(), statistics.Seconds(), statistics.FrameRate(), statistics.MegabytesPerSecond(),
-      lostText(statistics), badText(statistics), statistics.Faults().oversized,
-      statistics.LongestGap() * 1e3);
+      lostText(statistics), badText(statistics), statistics.Faults().oversized, statistics.LongestGap() * 1e3,
+      outageLine);
 }
 
 }  // namespace vireo::host

@@ -11,6 +11,7 @@
 #include "parameters/basic_parameters.h"
 #include "parameters/names.h"
 #include "pictures/png.h"
+#include "terminal/console.h"
 #include "view/preview.h"
 
 namespace vireo::host {
@@ -82,6 +83,27 @@ void LiveView::End(const Failure& failure) {
   trouble_ = failure.what();
   ended_ = failure;
   changed_.notify_all();
+}
+
+void LiveView::Resume() {
+  std::vector<std::pair<std::string, Json>> changes;
+  {
+    const std::lock_guard lock(mutex_);
+    changes.swap(changes_);
+    frame_.index = 0;
+  }
+  for (const auto& [name, value] : changes) {
+    try {
+      write(name, value);
+    } catch (const std::runtime_error& error) {
+      camera_.CheckLink();
+      PrintError(fmt::format("note: the camera is there again, but not as before: {}", error.what()));
+    }
+  }
+  const std::lock_guard control(camera_.Control());
+  showParameters(writer_.Scan());
+  const std::lock_guard lock(mutex_);
+  ended_.reset();
 }
 
 bool LiveView::ChangeWaits() const {
@@ -194,9 +216,13 @@ Json LiveView::Writable() const {
 }
 
 void LiveView::Set(const std::string& name, const Json& value) {
-  if (isLive(name)) return write(name, value);
-  Request request{name, value, std::nullopt, false};
   std::unique_lock lock(mutex_);
+  if (ended_) throw Failure(*ended_);
+  if (isLive(name)) {
+    lock.unlock();
+    return write(name, value);
+  }
+  Request request{name, value, std::nullopt, false};
   if (!changed_.wait_for(lock, changeTimeout, [&] { return request_ == nullptr; }))
     throw Failure(ExitStatus::Failed, "another change is not done yet: try again");
   request_ = &request;
@@ -215,6 +241,9 @@ void LiveView::write(const std::string& name, const Json& value) {
   const common::Parameter& like = camera_.Catalogue().at(name);
   writer_.WriteInOrder({ParseJson(like, value, FormOf(camera_.Features(), like))}).Require();
   showParameters(writer_.Scan());
+  const std::lock_guard lock(mutex_);
+  if (changes_.empty() || changes_.back().first != name) changes_.emplace_back(name, value);
+  changes_.back().second = value;
 }
 
 void LiveView::showParameters(const ParametersByName& scanned) {

@@ -41,8 +41,10 @@ class LiveView {
   /// Keeps the frame and leaves the buffer of the one before.
   void Take(const common::FrameInfo& info, std::vector<std::uint8_t>& buffer);
   void Take(const FrameStream& stream);
-  /// The stream has ended for good: the page says why, and nothing can be changed any more.
+  /// The stream has ended: the page says why, and nothing can be changed until `Resume`.
   void End(const Failure& failure);
+  /// The camera is there again: repeats on it what the page has changed.
+  void Resume();
   /// Whether a change waits for the stream to stop.
   bool ChangeWaits() const;
   /// Carries out the change that waits, if any. Without a stream.
@@ -97,7 +99,8 @@ class LiveView {
   std::vector<std::string> adjustable_;
   Json basic_;
   std::optional<Failure> ended_;
-  Request* request_ = nullptr;  // of the thread that waits in `Set`
+  std::vector<std::pair<std::string, Json>> changes_;  // in their order
+  Request* request_ = nullptr;                         // of the thread that waits in `Set`
 };
 
 }  // namespace vireo::host

@@ -33,6 +33,7 @@ void addCommands(CommandLine& line) {
   vireo::host::AddDiffCommand(line);
   vireo::host::AddGrabCommand(line);
   vireo::host::AddWatchCommand(line);
+  vireo::host::AddWhyCommand(line);
   vireo::host::AddBenchCommand(line);
   vireo::host::AddViewCommand(line);
   vireo::host::AddSimulateCommand(line);

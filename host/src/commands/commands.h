@@ -20,6 +20,7 @@ void AddLoadCommand(CommandLine& line);
 void AddDiffCommand(CommandLine& line);
 void AddGrabCommand(CommandLine& line);
 void AddWatchCommand(CommandLine& line);
+void AddWhyCommand(CommandLine& line);
 void AddBenchCommand(CommandLine& line);
 void AddViewCommand(CommandLine& line);
 void AddSimulateCommand(CommandLine& line);

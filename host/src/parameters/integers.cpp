@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "parameters/integers.h"
 
-#include <arpa/inet.h>
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <limits>
 
+#include "terminal/ipv4.h"
 #include "terminal/numbers.h"
 
 namespace vireo::host {
@@ -52,22 +52,11 @@ std::optional<Limits> constantOf(const genicam::DetailedFeatures& features, cons
   return Limits{static_cast<double>(integer->value), static_cast<double>(integer->value)};
 }
 
-std::string ipv4Text(std::int64_t address) {
-  const auto byte = [&](int place) { return address >> 8 * place & 0xff; };
-  return fmt::format("{}.{}.{}.{}", byte(3), byte(2), byte(1), byte(0));
-}
-
 std::string macText(std::int64_t address, bool whole) {
   std::string text = whole ? "" : "??:??";
   for (int place = whole ? 5 : 3; place >= 0; --place)
     text += fmt::format("{}{:02x}", text.empty() ? "" : ":", address >> 8 * place & 0xff);
   return text;
-}
-
-std::optional<std::int64_t> ipv4From(const std::string& text) {
-  in_addr address{};
-  if (inet_pton(AF_INET, text.c_str(), &address) != 1) return std::nullopt;
-  return ntohl(address.s_addr);
 }
 
 std::optional<std::int64_t> macFrom(const std::string& text) {
@@ -116,14 +105,14 @@ std::string ShownText(const Parameter& parameter, const IntegerForm& form) {
   const bool whole = form.bits != IntegerForm::Bits::Low;
   const std::int64_t number = KnownInteger(*delivered, form);
   std::string text = fmt::format("{}", number);
-  if (form.notation == IntegerForm::Notation::Ipv4) text = ipv4Text(number);
+  if (form.notation == IntegerForm::Notation::Ipv4) text = Ipv4Text(static_cast<std::uint32_t>(number));
   if (form.notation == IntegerForm::Notation::Mac) text = macText(number, whole);
   return whole ? text : text + " (low 32 bits)";
 }
 
 std::optional<std::int64_t> IntegerFrom(const std::string& text, const IntegerForm& form) {
   std::optional<std::int64_t> number;
-  if (form.notation == IntegerForm::Notation::Ipv4) number = ipv4From(text);
+  if (form.notation == IntegerForm::Notation::Ipv4) number = Ipv4From(text);
   if (form.notation == IntegerForm::Notation::Mac) number = macFrom(text);
   if (number) return number;
   const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");

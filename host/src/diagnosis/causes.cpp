@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#include "diagnosis/causes.h"
+
+#include <fmt/format.h>
+
+namespace vireo::host {
+namespace {
+
+std::vector<Cause> streamCauses() {
+  std::vector<Cause> all = SettingsCauses();
+  for (const auto& causes : {PacketCauses(), UsbCauses()})
+    all.insert(all.end(), causes.begin(), causes.end());
+  return all;
+}
+
+}  // namespace
+
+std::string CommandText(const Facts& facts, const std::string& arguments) {
+  return fmt::format("vireo-cam {}{}", facts.option, arguments);
+}
+
+std::vector<Verdict> Diagnose(const Facts& facts) {
+  std::vector<Verdict> verdicts;
+  for (const auto& group : {PathCauses(), SilenceCauses(), streamCauses(), LastCauses()}) {
+    for (const Cause cause : group)
+      if (auto verdict = cause(facts)) verdicts.push_back(*std::move(verdict));
+    if (!verdicts.empty()) break;
+  }
+  return verdicts;
+}
+
+}  // namespace vireo::host

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "diagnosis/causes.h"
+#include "terminal/ipv4.h"
+#include "terminal/text.h"
+
+namespace vireo::host {
+namespace {
+
+constexpr double leastRequests = 20;
+constexpr double requestShare = 0.01;  // of the packets that should have come
+
+std::string cameText(const Reception& reception) {
+  return fmt::format("{}, {} bad, {} lost in {:.1f} s", Counted(reception.frames, "frame"), reception.bad,
+                     reception.lost, reception.seconds);
+}
+
+std::optional<Verdict> failure(const Facts& facts) {
+  if (!facts.reception || facts.reception->failure.empty()) return {};
+  return Verdict{"failed",
+                 "Receiving failed",
+                 {facts.reception->failure, cameText(*facts.reception)},
+                 {CommandText(facts, "--log debug watch --seconds 3") + " shows what led to it"}};
+}
+
+std::optional<Verdict> nothingSent(const Facts& facts) {
+  if (!facts.reception || facts.reception->bad + facts.reception->refused != 0 || !facts.LacksFrames())
+    return {};
+  const Reception& reception = *facts.reception;
+  if (reception.lost != 0) return {};
+  Verdict verdict{
+      "no-frames",
+      reception.frames == 0 ? "The camera was started, and no packet of a frame comes"
+                            : "Far fewer frames come than the settings ask for, and none is damaged",
+      {cameText(reception),
+       "no trigger is on, and the mode is " +
+           (facts.settings.acquisitionMode.empty() ? "not known" : facts.settings.acquisitionMode)},
+      {"check the sensor's power and settings: " + CommandText(facts, "list Acquisition")}};
+  if (facts.link != LinkKind::Gige) return verdict;
+  verdict.evidence.push_back(fmt::format("the camera sends to {}:{}, which is this program; {} took {}",
+                                         Ipv4Text(reception.during.streamDestination.value_or(0)),
+                                         reception.during.streamPort.value_or(0) & 0xffff,
+                                         facts.path.interface.name,
+                                         Counted(reception.interface.packets, "packet")));
+  verdict.todo.emplace_back(
+      "commands come through and the stream does not: look at switches and routers on the way");
+  return verdict;
+}
+
+std::optional<Verdict> networkLoss(const Facts& facts) {
+  if (!facts.reception || facts.link != LinkKind::Gige || facts.reception->Came() == 0) return {};
+  const Reception& reception = *facts.reception;
+  const bool isHealed = !facts.LacksFrames();
+  const double asked = facts.Requests();
+  if (isHealed && asked < std::max(leastRequests, requestShare * facts.ExpectedPackets())) return {};
+  Verdict verdict{
+      "network-loss",
+      isHealed ? "Packets are lost before this computer; asking for them again brought them all"
+               : "Packets are lost before this computer",
+      {cameText(reception) + (reception.badKinds.empty() ? "" : ": " + reception.badKinds),
+       reception.socketDrops > 0
+           ? fmt::format("the socket's buffer dropped {} of them alone", reception.socketDrops)
+           : fmt::format("neither a buffer nor a filter nor {} dropped any", facts.path.interface.name)},
+      {"check cables and plugs, switches (flow control, energy saving) and what else uses them",
+       "let the camera send more evenly: a packet delay, GevSCPD"}};
+  if (reception.packetSocket)
+    verdict.evidence.back() += "; the drops of the library's packet socket are not listed";
+  const bool canResend = (facts.registers.capability.value_or(0) & gvcp::canResend) != 0;
+  if (!canResend)
+    verdict.evidence.emplace_back("the camera does not send packets again");
+  else if (asked >= 1.0)
+    verdict.evidence.push_back(fmt::format("packets were asked for again some {:.0f} times{}", asked,
+                                           isHealed ? "" : ", in part in vain"));
+  return verdict;
+}
+
+std::optional<Verdict> damaged(const Facts& facts) {
+  if (!facts.reception || facts.link == LinkKind::Gige || facts.reception->bad + facts.reception->lost == 0)
+    return {};
+  return Verdict{"lost-frames",
+                 "Frames come damaged, or not at all",
+                 {cameText(*facts.reception) +
+                  (facts.reception->badKinds.empty() ? "" : ": " + facts.reception->badKinds)},
+                 {"end what else keeps the processor or the bus busy, and try another port and cable"}};
+}
+
+}  // namespace
+
+std::vector<Cause> LastCauses() {
+  return {failure, nothingSent, networkLoss, damaged};
+}
+
+}  // namespace vireo::host

@@ -24,9 +24,9 @@ TEST(Evidence, ReadsWhatTheSystemCountsOfTheNetwork) {
   EXPECT_EQ(CountersOf(recorded, "nic7").packets, 0);
   const ProtocolCounters protocols = ProtocolCountersNow(recorded);
   EXPECT_THAT((std::vector{protocols.ipReceived, protocols.ipDelivered, protocols.fragments,
-                           protocols.datagramsReceived, protocols.datagramsWithoutPort,
+                           protocols.reassembled, protocols.datagramsReceived, protocols.datagramsWithoutPort,
                            protocols.datagramsSent, protocols.bufferErrors, protocols.reversePathDrops}),
-              ElementsAre(400, 391, 12, 80, 3, 400, 308, 27));
+              ElementsAre(400, 391, 12, 4, 80, 3, 400, 308, 27));
   const std::vector<UdpSocket> sockets = UdpSockets(recorded);
   ASSERT_EQ(sockets.size(), 2u);
   EXPECT_EQ(Ipv4Text(sockets[1].address), "10.77.0.1");

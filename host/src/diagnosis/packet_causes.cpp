@@ -150,8 +150,8 @@ std::optional<Verdict> firewall(const Facts& facts) {
   if (!receives(facts)) return {};
   const Reception& reception = *facts.reception;
   const ProtocolCounters& counted = reception.protocols;
-  const auto filtered = static_cast<double>(counted.ipReceived - counted.ipDelivered - counted.fragments -
-                                            counted.reversePathDrops);
+  const std::int64_t whole = counted.ipReceived - counted.fragments + counted.reassembled;
+  const auto filtered = static_cast<double>(whole - counted.ipDelivered - counted.reversePathDrops);
   const bool matters = facts.LacksFrames() || !reception.packetSocket;
   if (!matters || filtered < std::max(5.0, noteworthy * facts.ExpectedPackets())) return {};
   return Verdict{

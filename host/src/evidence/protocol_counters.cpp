@@ -26,16 +26,16 @@ ProtocolCounters ProtocolCountersNow(const SystemFiles& files) {
   Named named;
   addCounters(files.Text("proc/net/snmp"), named);
   addCounters(files.Text("proc/net/netstat"), named);
-  return {named["Ip:InReceives"],    named["Ip:InDelivers"],
-          named["Ip:ReasmReqds"],    named["Udp:InDatagrams"],
-          named["Udp:NoPorts"],      named["Udp:OutDatagrams"],
-          named["Udp:RcvbufErrors"], named["TcpExt:IPReversePathFilter"]};
+  return {named["Ip:InReceives"],    named["Ip:InDelivers"],    named["Ip:ReasmReqds"],
+          named["Ip:ReasmOKs"],      named["Udp:InDatagrams"],  named["Udp:NoPorts"],
+          named["Udp:OutDatagrams"], named["Udp:RcvbufErrors"], named["TcpExt:IPReversePathFilter"]};
 }
 
 ProtocolCounters operator-(const ProtocolCounters& now, const ProtocolCounters& before) {
   return {now.ipReceived - before.ipReceived,
           now.ipDelivered - before.ipDelivered,
           now.fragments - before.fragments,
+          now.reassembled - before.reassembled,
           now.datagramsReceived - before.datagramsReceived,
           now.datagramsWithoutPort - before.datagramsWithoutPort,
           now.datagramsSent - before.datagramsSent,

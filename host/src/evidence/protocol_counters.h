@@ -12,6 +12,7 @@ struct ProtocolCounters {
   std::int64_t ipReceived = 0;            ///< packets that came to IP
   std::int64_t ipDelivered = 0;           ///< those that went on to a protocol; filters stand between the two
   std::int64_t fragments = 0;             ///< of those that came
+  std::int64_t reassembled = 0;           ///< packets that were made of them
   std::int64_t datagramsReceived = 0;     ///< that programs have read
   std::int64_t datagramsWithoutPort = 0;  ///< nobody listened
   std::int64_t datagramsSent = 0;

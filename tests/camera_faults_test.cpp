@@ -186,6 +186,15 @@ TEST_F(CameraFaults, LostPacketsAreSentAgain) {
   }
 }
 
+TEST_F(CameraFaults, NoFrameIsLargerThanItsBuffer) {
+  connectAndReceive();
+  camera->script("packet 1% oversized");
+  const auto payload = static_cast<std::uint64_t>(adapter->Read("PayloadSize").GetValue<int>());
+  for (int i = 0; i < 20; ++i) {
+    if (receive(*adapter, memory, info, 1, 1) == 1) EXPECT_LE(info.size, payload);
+  }
+}
+
 TEST_F(CameraFaults, EveryAnswerComesLate) {
   // Everything in between is thousands of commands, each 400 ms late.
   adapter->Connect();

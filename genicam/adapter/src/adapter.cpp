@@ -457,6 +457,7 @@ void GenICamAdapter::Impl::dropStream() {
 }
 
 void GenICamAdapter::Impl::pushBuffers(ArvStream* stream) {
+  bufferSize = payloadSize;
   for (std::int32_t i = 0; i < bufferCount; ++i) {
     arv_stream_push_buffer(stream, arv_buffer_new(payloadSize, nullptr));
   }
@@ -469,7 +470,8 @@ void GenICamAdapter::ReceiveFrame(bool& received, uint64_t, std::span<uint8_t>& 
   if (!impl_->connected) return;
   AcquisitionRuns::Loan loan(impl_->runs);
   if (loan.stream() == nullptr) return;
-  const FrameResult frame = takeFrame(loan.stream(), frameWaitMicroseconds, buffer, impl_->nodeMap, info);
+  const FrameResult frame =
+      takeFrame(loan.stream(), frameWaitMicroseconds, impl_->bufferSize, buffer, impl_->nodeMap, info);
   // The loan ends before host code runs: whoever stops waits for it, and may hold a lock that a logger or an
   // override wants.
   if (frame.outcome != FrameResult::Copied) {

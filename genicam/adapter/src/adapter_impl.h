@@ -29,7 +29,8 @@ struct GenICamAdapter::Impl {
   NodeMap nodeMap;  ///< changes its shape only while no receive can be inside; a receive reads `ExposureTime`
   AcquisitionRuns runs;
   CompletedRun completed;
-  std::uint64_t payloadSize = 0;  ///< bytes
+  std::uint64_t payloadSize = 0;             ///< bytes
+  std::atomic<std::uint64_t> bufferSize{0};  ///< bytes of each of the stream's buffers
   std::int32_t bufferCount = 0;
   unsigned long controlLostHandlerId = 0;
   unsigned deviceReferences = 0;  ///< that the device had when it was opened, ours among them

@@ -107,7 +107,9 @@ std::optional<std::string> readValue(ArvDevice* device, const std::string& name,
                 [&](EnumerationNode&) { readText(); },
                 [](const NodeHeader&) {},
             });
-  return text == nullptr ? std::nullopt : std::optional<std::string>(text);
+  // Of a register that could not be read the library returns what lies in its memory, beside the error.
+  if (text == nullptr || error.error != nullptr) return std::nullopt;
+  return text;
 }
 
 void storeText(NodeVariant& node, NodeType kind, std::string text) {

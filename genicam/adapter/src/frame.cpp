@@ -41,15 +41,16 @@ void describe(ArvBuffer* buffer, std::uint64_t size, NodeMap& nodes, FrameInfo& 
 
 }  // namespace
 
-FrameResult takeFrame(ArvStream* stream, std::uint64_t timeoutMicroseconds, std::span<std::uint8_t> memory,
-                      NodeMap& nodes, FrameInfo& info) {
+FrameResult takeFrame(ArvStream* stream, std::uint64_t timeoutMicroseconds, std::uint64_t bufferSize,
+                      std::span<std::uint8_t> memory, NodeMap& nodes, FrameInfo& info) {
   const PoppedBuffer frame(stream, timeoutMicroseconds);
   if (frame.get() == nullptr) return {};
   const ArvBufferStatus status = arv_buffer_get_status(frame.get());
   if (status != ARV_BUFFER_STATUS_SUCCESS) return {FrameResult::Bad, status};
   std::size_t size = 0;
   const void* const image = arv_buffer_get_data(frame.get(), &size);
-  if (image == nullptr && size > 0) return {FrameResult::Bad, status};
+  // Packets that are too long are counted whole: the library can tell of more bytes than the buffer has.
+  if (size > bufferSize || (image == nullptr && size > 0)) return {FrameResult::Bad, status};
   if (size > memory.size()) return {FrameResult::TooLarge, status, size};
   if (size > 0) std::memcpy(memory.data(), image, size);
   describe(frame.get(), size, nodes, info);

@@ -18,10 +18,11 @@ struct FrameResult {
   std::uint64_t size = 0;  ///< bytes of the image
 };
 
-/// Waits at most `timeoutMicroseconds` for a frame of the stream, copies its image to the start of `memory`
-/// and describes it in `info`. The buffer goes back to the stream whatever became of it. The exposure time is
-/// the last known value of the feature `ExposureTime`; without that feature the field is left alone.
-FrameResult takeFrame(ArvStream* stream, std::uint64_t timeoutMicroseconds, std::span<std::uint8_t> memory,
-                      NodeMap& nodes, FrameInfo& info);
+/// Waits at most `timeoutMicroseconds` for a frame of the stream, whose buffers hold `bufferSize` bytes,
+/// copies its image to the start of `memory` and describes it in `info`. The buffer goes back to the stream
+/// whatever became of it. The exposure time is the last known value of the feature `ExposureTime`; without
+/// that feature the field is left alone.
+FrameResult takeFrame(ArvStream* stream, std::uint64_t timeoutMicroseconds, std::uint64_t bufferSize,
+                      std::span<std::uint8_t> memory, NodeMap& nodes, FrameInfo& info);
 
 }  // namespace vireo::genicam

@@ -12,6 +12,9 @@ namespace vireo::host::adaptertext {
 /// one.
 inline constexpr std::string_view noAnswer = "GenICamAdapter: connection timeout";
 
+/// Ends the error of a read or a write that the camera did not answer, however often the library tried.
+inline constexpr std::string_view noReply = " timeout";
+
 /// In the record of a frame that came damaged: its buffer status, a number, follows.
 inline constexpr std::string_view damagedFrame = "buffer status=";
 

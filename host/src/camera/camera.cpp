@@ -131,7 +131,8 @@ std::string Camera::ValueOr(const std::string& name, const std::string& otherwis
   if (!catalogue_.contains(name)) return otherwise;
   try {
     return adapter_->Read(name).GetValueAsString();
-  } catch (const std::runtime_error&) {
+  } catch (const std::runtime_error& error) {
+    CheckLinkAfter(error);
     return otherwise;
   }
 }
@@ -154,6 +155,20 @@ void Camera::CheckLink() const {
       fmt::format("the link to the camera is lost ({}): check cable and power, then try again", reason));
 }
 
+void Camera::CheckLinkAfter(const std::exception& error) {
+  CheckLink();
+  const auto isSilence = [](std::string_view text) { return text.ends_with(adaptertext::noReply); };
+  if (!isSilence(error.what()) || catalogue_.empty()) return;
+  const auto width = catalogue_.find("Width");
+  try {
+    adapter_->Read((width == catalogue_.end() ? catalogue_.begin() : width)->first);
+  } catch (const std::runtime_error& again) {
+    if (!isSilence(again.what())) return;  // a refusal is an answer
+    throw Failure(ExitStatus::LinkLost,
+                  "the camera does not answer any more: check cable and power, then try again");
+  }
+}
+
 Failure Camera::FailureBehind(const std::exception& error) const {
   if (const auto* const failure = dynamic_cast<const Failure*>(&error)) return *failure;
   try {
@@ -171,8 +186,11 @@ ExitStatus WithCamera(const CameraOptions& options, Use use, const std::function
     if (use == Use::Control && options.address.empty() && !options.simulate)
       PrintError(fmt::format("note: the camera is {}", camera.Name()));
     return work(camera);
+  } catch (const Failure&) {
+    throw;
   } catch (const std::exception& error) {
-    throw camera.FailureBehind(error);
+    camera.CheckLinkAfter(error);
+    throw Failure(ExitStatus::Failed, error.what());
   }
 }
 

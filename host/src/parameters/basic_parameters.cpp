@@ -37,19 +37,27 @@ std::string imageText(const common::BasicParams& basic) {
 }  // namespace
 
 std::vector<std::pair<std::string, std::string>> ShownBasics(Camera& camera, const std::string& pixelFormat) {
-  const common::BasicParams basic = camera.Adapter().GetBasicParams();
+  using common::BasicParams;
   std::vector<std::pair<std::string, std::string>> shown;
-  const auto add = [&](const char* title, std::string text, const std::vector<std::string>& parameters) {
-    if (givesAll(camera, parameters)) shown.emplace_back(title, std::move(text));
+  BasicParams basic = camera.Adapter().GetBasicParams();
+  // The adapter's record has the values of the latest reads, 0 for one that failed: those of now count.
+  const auto add = [&](const char* title, const std::vector<std::string>& parameters,
+                       std::string (*text)(const BasicParams&)) {
+    if (!givesAll(camera, parameters)) return;
+    basic = camera.Adapter().GetBasicParams();
+    shown.emplace_back(title, text(basic));
   };
-  add("Exposure", fmt::format("{} ms", static_cast<float>(basic.exposureTime * 1e3)),
-      {basic.exposureTimeParam});
-  add("Frame rate", fmt::format("{} frames/s", static_cast<float>(basic.frameRate)), {basic.frameRateParam});
-  add("Image", imageText(basic), {basic.widthParam, basic.heightParam});
-  add("Offset", fmt::format("{}, {}", basic.offsetX, basic.offsetY),
-      {basic.offsetXParam, basic.offsetYParam});
-  add("Binning", fmt::format("{} x {}", basic.binningHorizontal, basic.binningVertical),
-      {basic.binningHorizontalParam, basic.binningVerticalParam});
+  add("Exposure", {basic.exposureTimeParam}, [](const BasicParams& now) {
+    return fmt::format("{} ms", static_cast<float>(now.exposureTime * 1e3));
+  });
+  add("Frame rate", {basic.frameRateParam},
+      [](const BasicParams& now) { return fmt::format("{} frames/s", static_cast<float>(now.frameRate)); });
+  add("Image", {basic.widthParam, basic.heightParam}, imageText);
+  add("Offset", {basic.offsetXParam, basic.offsetYParam},
+      [](const BasicParams& now) { return fmt::format("{}, {}", now.offsetX, now.offsetY); });
+  add("Binning", {basic.binningHorizontalParam, basic.binningVerticalParam}, [](const BasicParams& now) {
+    return fmt::format("{} x {}", now.binningHorizontal, now.binningVertical);
+  });
   if (pixelFormat.empty()) return shown;
   shown.emplace_back("Pixels", fmt::format("{}, {} each", pixelFormat, Counted(basic.pixelBytes, "byte")));
   if (isSize(basic.maxWidth) && isSize(basic.maxHeight))

@@ -83,7 +83,7 @@ std::string Selection::write(const std::string& name, const std::string& value) 
     chosen_[name] = ShownText(now, form);
     return SameValue(now, wanted) ? "" : fmt::format("the camera took {}", chosen_[name]);
   } catch (const std::runtime_error& error) {
-    camera_.CheckLink();
+    camera_.CheckLinkAfter(error);
     return error.what();
   }
 }

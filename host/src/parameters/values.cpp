@@ -73,7 +73,7 @@ std::string ReadInto(Camera& camera, Parameter& parameter) {
     parameter.value = camera.Adapter().Read(parameter.name).value;
     return "";
   } catch (const std::runtime_error& error) {
-    camera.CheckLink();
+    camera.CheckLinkAfter(error);
     return error.what();
   }
 }

@@ -39,7 +39,7 @@ std::string ParameterWriter::TryWrite(const Parameter& parameter) {
     camera_.Adapter().Write(OnBounds(parameter, scanned_));
     return "";
   } catch (const std::runtime_error& error) {
-    camera_.CheckLink();
+    camera_.CheckLinkAfter(error);
     return error.what();
   }
 }

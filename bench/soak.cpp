@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // soak [MINUTES]: connects, scans, writes, acquires, stops and disconnects in a loop, on the in-process
-// camera and on a GigE Vision camera on the loopback address, with packet loss switched on and off. Ends with
-// status 1 when memory, threads or descriptors grow, or when an operation fails.
+// camera, on a GigE Vision camera on the loopback address and on a USB3 Vision camera in place of libusb,
+// with packet loss on these two switched on and off. Ends with status 1 when memory, threads or descriptors
+// grow, or when an operation fails.
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -11,6 +12,7 @@
 #include <iostream>
 #include <vector>
 
+#include "simulator/usb/usb_bus.h"
 #include "support/network_camera.h"
 #include "support/process_use.h"
 #include "support/simulated_camera.h"
@@ -43,11 +45,14 @@ class LossCounter final : public brio::fnd::Logger {
 
 class Soak {
  public:
+  Soak() { vireo::simulator::PlugUsbCameraIn(VIREO_SIMULATED_CAMERA, ""); }
   void cycle() {
     const bool losing = cycles_ % 2 == 1;
     network_.losePackets(losing ? 0.01 : 0.0);
+    vireo::simulator::SetUsbCameraFaults(losing ? "packet 5% lost" : "");
     grab(NetworkCamera::address, losing);
     grab("Fake_1", false);
+    grab(usbCameraGuid, losing);
     ++cycles_;
   }
   void print(double minutes) const {

@@ -12,13 +12,17 @@
 
 #include "simulator/gige/gige_camera.h"
 
+/// What the camera in place of libusb is found by.
+inline constexpr const char* usbCameraGuid = "FEED00000001";
+
 /// Lets exactly one kind of camera be found, so that nothing is looked for anywhere else: the network one by
-/// its address, the in-process one by its id. An open camera is not affected.
+/// its address, the in-process one by its id, the one on USB by its GUID. An open camera is not affected.
 inline void useCamera(const std::string& address) {
-  const bool network = address != "Fake_1";
-  arv_disable_interface("USB3Vision");
-  (network ? arv_enable_interface : arv_disable_interface)("GigEVision");
-  (network ? arv_disable_interface : arv_enable_interface)("Fake");
+  const bool usb = address == usbCameraGuid;
+  const bool fake = address == "Fake_1";
+  (usb ? arv_enable_interface : arv_disable_interface)("USB3Vision");
+  (usb || fake ? arv_disable_interface : arv_enable_interface)("GigEVision");
+  (fake ? arv_enable_interface : arv_disable_interface)("Fake");
 }
 
 /// A GigE Vision camera on the loopback address, in this process. Destroying it is pulling its plug: it says

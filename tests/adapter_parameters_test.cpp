@@ -119,6 +119,10 @@ TEST_F(Parameters, AreConvertedForTheFeatureTheyAreWrittenTo) {
   script.fail("set_float AcquisitionFrameRate");
   EXPECT_EQ(writeError("AcquisitionFrameRate", 5.0), "Write float 'AcquisitionFrameRate': scripted");
   EXPECT_EQ(adapter.GetBasicParams().frameRate, static_cast<double>(20.1f));
+  // As on USB with a text that is longer than the camera's commands.
+  script.fail("set_string DeviceUserID", "");
+  EXPECT_THAT(writeError("DeviceUserID", std::string(41, 'x')),
+              StartsWith("Write string 'DeviceUserID': the camera does not hold the text"));
 }
 
 TEST_F(Parameters, OfAnUnusableTypeAreSentAsTheDefaultWithARecord) {

@@ -84,6 +84,19 @@ std::string context(const char* action, const char* word, const std::string& nam
   return std::string(action) + " " + word + " '" + name + "'";
 }
 
+// What fits the shortest command that a camera may have. Longer ones can fail on USB without an error.
+constexpr std::size_t sureBytes = 40;
+
+/// Reports an error when the device holds another text than the one that it was sent, as far as it tells.
+void requireText(ArvDevice* device, const char* feature, const std::string& text, GErrorGuard& error) {
+  if (error.error != nullptr || text.size() <= sureBytes) return;
+  GErrorGuard reading;
+  const char* const held = arv_device_get_string_feature_value(device, feature, &reading.error);
+  if (reading.error != nullptr || held == nullptr || text == held) return;
+  g_set_error_literal(&error.error, ARV_DEVICE_ERROR, ARV_DEVICE_ERROR_TRANSFER_ERROR,
+                      "the camera does not hold the text afterwards; it may be longer than its commands");
+}
+
 }  // namespace
 
 std::optional<std::string> readValue(ArvDevice* device, const std::string& name, NodeVariant& node,
@@ -158,6 +171,7 @@ void sendValue(ArvDevice* device, const std::string& name, const FeatureValue& v
           [&](bool flag) { arv_device_set_boolean_feature_value(device, feature, flag, slot); },
           [&](const std::string& text) {
             arv_device_set_string_feature_value(device, feature, text.c_str(), slot);
+            requireText(device, feature, text, error);
           },
           [&](ExecuteCommand) { arv_device_execute_command(device, feature, slot); },
       },

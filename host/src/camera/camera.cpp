@@ -6,6 +6,7 @@
 #include <chrono>
 
 #include "camera/adapter_texts.h"
+#include "camera/link_check.h"
 #include "camera/local_cameras.h"
 #include "terminal/console.h"
 
@@ -132,7 +133,7 @@ std::string Camera::ValueOr(const std::string& name, const std::string& otherwis
   try {
     return adapter_->Read(name).GetValueAsString();
   } catch (const std::runtime_error& error) {
-    CheckLinkAfter(error);
+    CheckLinkAfter(*this, error);
     return otherwise;
   }
 }
@@ -155,20 +156,6 @@ void Camera::CheckLink() const {
       fmt::format("the link to the camera is lost ({}): check cable and power, then try again", reason));
 }
 
-void Camera::CheckLinkAfter(const std::exception& error) {
-  CheckLink();
-  const auto isSilence = [](std::string_view text) { return text.ends_with(adaptertext::noReply); };
-  if (!isSilence(error.what()) || catalogue_.empty()) return;
-  const auto width = catalogue_.find("Width");
-  try {
-    adapter_->Read((width == catalogue_.end() ? catalogue_.begin() : width)->first);
-  } catch (const std::runtime_error& again) {
-    if (!isSilence(again.what())) return;  // a refusal is an answer
-    throw Failure(ExitStatus::LinkLost,
-                  "the camera does not answer any more: check cable and power, then try again");
-  }
-}
-
 Failure Camera::FailureBehind(const std::exception& error) const {
   if (const auto* const failure = dynamic_cast<const Failure*>(&error)) return *failure;
   try {
@@ -189,7 +176,7 @@ ExitStatus WithCamera(const CameraOptions& options, Use use, const std::function
   } catch (const Failure&) {
     throw;
   } catch (const std::exception& error) {
-    camera.CheckLinkAfter(error);
+    CheckLinkAfter(camera, error);
     throw Failure(ExitStatus::Failed, error.what());
   }
 }

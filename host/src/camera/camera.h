@@ -62,18 +62,13 @@ class Camera {
 
   /// Vendor, model and serial number, as far as the camera says them.
   std::string Name();
-  /// Current value as text; `otherwise` when the camera has no such parameter or cannot read it. Throws
-  /// Failure with LinkLost, as do `Values` and `Name`.
+  /// Current value as text; `otherwise` when the camera has no such parameter or cannot read it.
   std::string ValueOr(const std::string& name, const std::string& otherwise);
   /// Name and current value of those parameters that the camera has and whose text is not empty.
   std::vector<std::pair<std::string, std::string>> Values(const std::vector<std::string>& names);
 
   /// Throws Failure with LinkLost when the connection is not usable.
   void CheckLink() const;
-  /// The same, and also when `error`, of a read or a write, says that nothing was answered, and a question
-  /// that the camera could answer before is not answered either: a camera on USB can fall silent without a
-  /// loss being reported.
-  void CheckLinkAfter(const std::exception& error);
   /// What to report for an error: the lost link where that is behind it, else the error itself.
   Failure FailureBehind(const std::exception& error) const;
 

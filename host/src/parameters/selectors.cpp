@@ -7,6 +7,7 @@
 #include <exception>
 #include <utility>
 
+#include "camera/link_check.h"
 #include "terminal/interrupt.h"
 
 namespace vireo::host {
@@ -83,7 +84,7 @@ std::string Selection::write(const std::string& name, const std::string& value) 
     chosen_[name] = ShownText(now, form);
     return SameValue(now, wanted) ? "" : fmt::format("the camera took {}", chosen_[name]);
   } catch (const std::runtime_error& error) {
-    camera_.CheckLinkAfter(error);
+    CheckLinkAfter(camera_, error);
     return error.what();
   }
 }

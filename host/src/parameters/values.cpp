@@ -9,6 +9,7 @@
 #include <optional>
 #include <string_view>
 
+#include "camera/link_check.h"
 #include "parameters/names.h"
 #include "terminal/failure.h"
 #include "terminal/numbers.h"
@@ -73,7 +74,7 @@ std::string ReadInto(Camera& camera, Parameter& parameter) {
     parameter.value = camera.Adapter().Read(parameter.name).value;
     return "";
   } catch (const std::runtime_error& error) {
-    camera.CheckLinkAfter(error);
+    CheckLinkAfter(camera, error);
     return error.what();
   }
 }

@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "camera/link_check.h"
 #include "parameters/bounds.h"
 #include "terminal/failure.h"
 
@@ -39,7 +40,7 @@ std::string ParameterWriter::TryWrite(const Parameter& parameter) {
     camera_.Adapter().Write(OnBounds(parameter, scanned_));
     return "";
   } catch (const std::runtime_error& error) {
-    camera_.CheckLinkAfter(error);
+    CheckLinkAfter(camera_, error);
     return error.what();
   }
 }

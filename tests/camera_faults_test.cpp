@@ -191,7 +191,8 @@ TEST_F(CameraFaults, NoFrameIsLargerThanItsBuffer) {
   camera->script("packet 1% oversized");
   const auto payload = static_cast<std::uint64_t>(adapter->Read("PayloadSize").GetValue<int>());
   for (int i = 0; i < 20; ++i) {
-    if (receive(*adapter, memory, info, 1, 1) == 1) EXPECT_LE(info.size, payload);
+    const bool got = receive(*adapter, memory, info, 1, 1) == 1;
+    EXPECT_TRUE(!got || info.size <= payload) << info.size;
   }
 }
 

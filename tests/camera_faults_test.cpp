@@ -199,11 +199,13 @@ TEST_F(CameraFaults, NoFrameIsLargerThanItsBuffer) {
 TEST_F(CameraFaults, EveryAnswerComesLate) {
   // Everything in between is thousands of commands, each 400 ms late.
   adapter->Connect();
+  adapter->StartAcquisition({});
   camera->script("command 1- late 400");
   adapter->Write(makeParameter("ExposureTime", 5000.0));
   EXPECT_EQ(adapter->Read("ExposureTime").GetValue<float>(), 5000.0F);
+  EXPECT_EQ(receive(*adapter, memory, info, 3), 3);
   took("StopAcquisition", [&] { adapter->StopAcquisition(); });
-  camera->script("command 1- pending 700");
+  camera->script("command 1 pending 3500; command 2- pending 700");  // more than the heartbeat allows
   adapter->Write(makeParameter("ExposureTime", 6000.0));
   EXPECT_EQ(adapter->Read("ExposureTime").GetValue<float>(), 6000.0F);
   EXPECT_TRUE(adapter->CheckConnection().ok);

@@ -61,6 +61,8 @@ class Simulator : public Test {
   Clock::time_point now = Clock::now();
 };
 
+const std::string forceAddress =
+    "42010004 0038 0007 0000 020000000001" + std::string(24, '0') + "7f000005" + std::string(64, '0');
 const std::string takeControl = "42010082 0008 0001 00000a00 00000002";
 
 }  // namespace
@@ -82,7 +84,10 @@ const std::tuple<const char*, std::string, std::string> exchanges[] = {
     {"the description", "42010084 0008 0007 60000000 00000008",
      "00000085 000c 0007 60000000 3c786d6c2f3e0000"},
     {"no control", "42010082 0008 0007 00000100 00000040", "80060083 0004 0007 00000000"},
+    {"discovery with a payload", "42110002 0004 0007 00000000", "800e0003 0000 0007"},
+    {"force address", forceAddress, "00000005 0000 0007"},
     {"control", takeControl, "00000083 0004 0001 00000001"},
+    {"force address of a camera in use", forceAddress, ""},
     {"width", "42010082 0008 0007 00000100 00000040", "00000083 0004 0007 00000001"},
     {"bounds", "42010082 0008 0007 00000100 00000041", "80020083 0004 0007 00000000"},
     {"second of two", "42010082 0010 0007 00000104 00000040 00000048 00000000",
@@ -95,9 +100,6 @@ const std::tuple<const char*, std::string, std::string> exchanges[] = {
     {"resend", "42000040 000c 0007 00000005 00000002 00000004", ""},
     {"resend, cut", "42000040 000c 0007 00000005 00000002", ""},
     {"force another's address", "42010004 0038 0007 0000 020000000002" + std::string(96, '0'), ""},
-    {"force address",
-     "42010004 0038 0007 0000 020000000001" + std::string(24, '0') + "7f000005" + std::string(64, '0'),
-     "00000005 0000 0007"},
 };
 
 TEST_F(Simulator, AnswersCommandsAsTheStandardSays) {

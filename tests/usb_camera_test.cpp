@@ -193,7 +193,7 @@ TEST_F(VireoCamOnUsb, RunsEveryCommand) {
       {"bench --seconds 0.5", 0, "Lost frames   none"},
       {"save " + path("s.json"), 0, "settings saved"},
       {"load " + path("s.json"), 0, "as in the file"},
-      {"diff " + path("s.json"), 0, ""},
+      {"diff --json " + path("s.json"), 0, "[]"},
   };
   for (const auto& [command, status, text] : rows) {
     const auto result = run("--address FEED00000001 " + command, usbCameraEnvironment);

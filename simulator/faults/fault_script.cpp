@@ -97,7 +97,7 @@ FaultScript::Step FaultScript::readStep(std::string_view text) {
   const auto* const known = std::ranges::find(channels, channel);
   if (known == std::end(channels)) refuse(text, "it begins with command, packet, resend or seed");
   step.channel = static_cast<Channel>(known - std::begin(channels));
-  readMembers(members, step);
+  readMembers(text, members, step);
   const auto* const row = std::ranges::find(actions, action, &Action::name);
   if (row == std::end(actions)) refuse(text, "'" + action + "' is not a fault");
   const auto number = numberIn(value);
@@ -108,13 +108,13 @@ FaultScript::Step FaultScript::readStep(std::string_view text) {
   return step;
 }
 
-void FaultScript::readMembers(const std::string& text, Step& step) {
+void FaultScript::readMembers(std::string_view whole, const std::string& text, Step& step) {
   constexpr const char* forms = "which ones is n, n-m, n- or p%";
   if (text.ends_with('%')) {
     double percent = 0.0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size() - 1, percent);
     if (error != std::errc() || end != text.data() + text.size() - 1 || !(percent >= 0.0 && percent <= 100.0))
-      refuse(text, forms);
+      refuse(whole, forms);
     step.share = percent / 100.0;
     return;
   }
@@ -126,7 +126,7 @@ void FaultScript::readMembers(const std::string& text, Step& step) {
   } else if (dash != std::string::npos) {
     last = numberIn(std::string_view(text).substr(dash + 1));
   }
-  if (!first || !last || *first == 0 || *last < *first) refuse(text, forms);
+  if (!first || !last || *first == 0 || *last < *first) refuse(whole, forms);
   step.first = *first;
   step.last = *last;
 }

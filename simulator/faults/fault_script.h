@@ -71,7 +71,7 @@ class FaultScript {
     Fault fault;
   };
   static Step readStep(std::string_view text);
-  static void readMembers(const std::string& text, Step& step);
+  static void readMembers(std::string_view whole, const std::string& text, Step& step);
 
   std::atomic<bool> isEmpty_{true};
   mutable std::mutex mutex_;  // for the rest

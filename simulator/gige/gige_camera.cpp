@@ -25,8 +25,10 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr std::uint16_t controlPort = 3956;
+constexpr std::size_t mostKeptFrames = 32;
 constexpr std::size_t longestCommand = 576;
 constexpr AcknowledgeLayout acknowledge = {.status = 0, .length = 4, .id = 6, .headerSize = 8};
+constexpr std::size_t mostLateAnswers = 1000;
 constexpr milliseconds patience(20);  // until a thread sees that it should end
 
 std::runtime_error cannotRun(const std::string& interface, const std::string& reason) {
@@ -163,9 +165,11 @@ void GigeCamera::openControl(std::uint32_t address) {
 void GigeCamera::answerCommands() {
   while (!stop_) {
     std::array<pollfd, 2> sockets = {{{control_.Get(), POLLIN, 0}, {broadcast_.Get(), POLLIN, 0}}};
-    poll(sockets.data(), sockets.size(), static_cast<int>(patience.count()));
+    const milliseconds wait = lateAnswers_.empty() ? patience : milliseconds(1);
+    poll(sockets.data(), sockets.size(), static_cast<int>(wait.count()));
     for (const pollfd& ready : sockets)
       if ((ready.revents & POLLIN) != 0) answerFrom(ready.fd, ready.fd == broadcast_.Get());
+    sendDueAnswers();
     server_.CheckHeartbeat(Clock::now());
     resender_.SendLate();
   }
@@ -193,16 +197,23 @@ void GigeCamera::send(const Endpoint& to, const Fault& fault, Bytes answer, Byte
   }
   if (fault.kind == Fault::Kind::Pending)
     sendTo(socket, to, GvcpServer::PendingAcknowledge(command, fault.value + 200));
-  if (fault.kind == Fault::Kind::Pending || fault.kind == Fault::Kind::Late) waitFor(fault.value);
+  if (fault.kind == Fault::Kind::Pending || fault.kind == Fault::Kind::Late) {
+    if (lateAnswers_.size() < mostLateAnswers)
+      lateAnswers_.push_back({to, std::move(answer), Clock::now() + milliseconds(fault.value)});
+    return;
+  }
   if (fault.kind == Fault::Kind::Duplicate) sendTo(socket, to, answer);
   Spoil<std::endian::big>(answer, fault, acknowledge);
   sendTo(socket, to, answer);
 }
 
-void GigeCamera::waitFor(std::uint32_t time) const {
-  const auto end = Clock::now() + milliseconds(time);
-  while (!stop_ && Clock::now() < end)
-    std::this_thread::sleep_for(std::min<Clock::duration>(patience, end - Clock::now()));
+void GigeCamera::sendDueAnswers() {
+  std::erase_if(lateAnswers_, [&](const LateAnswer& late) {
+    server_.KeepControl(late.to, Clock::now());
+    if (late.due > Clock::now()) return false;
+    sendTo(control_.Get(), late.to, late.bytes);
+    return true;
+  });
 }
 
 PacketRoute GigeCamera::route() const {
@@ -227,7 +238,7 @@ void GigeCamera::streamFrames() {
 }
 
 GigeCamera::SentFrame& GigeCamera::oldestFrame(std::size_t imageSize) {
-  const std::size_t kept = std::clamp<std::size_t>(options_.resendMemory / imageSize, 2, 32);
+  const std::size_t kept = std::clamp<std::size_t>(options_.resendMemory / imageSize, 2, mostKeptFrames);
   while (frames_.size() > kept) frames_.pop_front();  // the size of the picture has changed
   if (frames_.size() < kept) {
     frames_.emplace_back();
@@ -283,8 +294,9 @@ bool GigeCamera::ForceAddress(std::uint32_t address) {
   if (address == address_) return true;
   openControl(address);
   if (address != address_) return false;
-  // Under the old descriptor, which both senders know.
-  dup3(boundSocket({address, 0}).Get(), stream_.Get(), O_CLOEXEC);
+  // Under the old descriptor, which both senders know. Without it frames come from the old address.
+  if (const Socket moved = boundSocket({address, 0}); moved.Get() >= 0)
+    dup3(moved.Get(), stream_.Get(), O_CLOEXEC);
   model_.SetRegister(bootstrap::streamSourcePort, portOf(stream_));
   return true;
 }

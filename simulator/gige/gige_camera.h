@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "simulator/faults/fault_script.h"
 #include "simulator/gige/gvcp_server.h"
@@ -72,6 +73,11 @@ class GigeCamera final : private GvcpActions {
     Frame frame;
     std::optional<GvspPackets> packets;
   };
+  struct LateAnswer {
+    Endpoint to;
+    Bytes bytes;
+    Clock::time_point due;
+  };
 
   void FireTestPacket() override;
   void Resend(const ResendRequest& request) override;
@@ -85,7 +91,7 @@ class GigeCamera final : private GvcpActions {
   SentFrame& oldestFrame(std::size_t imageSize);
   void answerUnavailable(const ResendRequest& request);
   PacketRoute route() const;
-  void waitFor(std::uint32_t milliseconds) const;
+  void sendDueAnswers();
   void openControl(std::uint32_t address);
 
   CameraModel& model_;
@@ -100,6 +106,7 @@ class GigeCamera final : private GvcpActions {
   std::atomic<bool> stop_{false};
   PacketSender sender_;
   PacketSender resender_;
+  std::vector<LateAnswer> lateAnswers_;  // of the thread that answers
   std::mutex framesMutex_;
   std::list<SentFrame> frames_;  // the newest one last
   std::thread commandThread_;

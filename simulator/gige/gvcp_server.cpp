@@ -122,11 +122,8 @@ Bytes GvcpServer::PendingAcknowledge(ByteView command, std::uint32_t millisecond
 Bytes GvcpServer::Answer(ByteView datagram, const Endpoint& sender, Clock::time_point now) {
   if (datagram.size() < headerSize || datagram[0] != key) return {};
   const Command command(datagram);
-  if (command.code % 2 != 0 && command.code != 0) return {};  // an acknowledge, not a command
-  if (hasControl(sender)) {
-    const std::lock_guard lock(mutex_);
-    lastSign_ = now;
-  }
+  if (command.code % 2 != 0) return {};  // an acknowledge, not a command
+  KeepControl(sender, now);
   if (command.code == packetResend) {
     resend(command);
     return {};
@@ -146,6 +143,7 @@ Bytes GvcpServer::Answer(ByteView datagram, const Endpoint& sender, Clock::time_
 GvcpServer::Reply GvcpServer::execute(const Command& command, const Endpoint& sender) {
   switch (command.code) {
     case discovery: {
+      if (command.length != 0) return {Status::InvalidHeader, {}};
       Reply reply{Status::Success, Bytes(bootstrap::discoveryEnd)};
       model_.Read(bootstrap::version, reply.payload);
       return reply;
@@ -218,12 +216,13 @@ GvcpServer::Reply GvcpServer::writeMemory(const Command& command, const Endpoint
   return reply;
 }
 
-/// Only the camera that is meant answers, which AccessDenied stands for here.
+/// AccessDenied stands for no answer: another camera is meant, or a client has control of this one.
 GvcpServer::Reply GvcpServer::forceAddress(const Command& command) {
   if (command.length != 56) return {Status::InvalidHeader, {}};
   const std::uint64_t mac = std::uint64_t{number<std::uint16_t>(command.payload, 2)} << 32 |
                             number<std::uint32_t>(command.payload, 4);
-  if (mac != mac_) return {Status::AccessDenied, {}};
+  const bool isControlled = model_.Register(bootstrap::controlPrivilege) != 0;
+  if (mac != mac_ || isControlled) return {Status::AccessDenied, {}};
   const auto address = number<std::uint32_t>(command.payload, 20);
   if (!actions_.ForceAddress(address)) return {Status::InvalidParameter, {}};
   model_.SetRegister(bootstrap::ipAddress, address);
@@ -299,6 +298,11 @@ bool GvcpServer::mayRead(const Endpoint& sender) const {
 /// Descriptions of some makers have registers at odd addresses; their cameras must answer there.
 bool GvcpServer::isAligned(std::uint32_t address) const {
   return address % 4 == 0 || !model_.Description().isOurs;
+}
+
+void GvcpServer::KeepControl(const Endpoint& client, Clock::time_point now) {
+  const std::lock_guard lock(mutex_);
+  if (controller_ == client) lastSign_ = now;
 }
 
 void GvcpServer::CheckHeartbeat(Clock::time_point now) {

@@ -60,6 +60,8 @@ class GvcpServer {
 
   /// The acknowledge; empty where there is none. One thread at a time.
   Bytes Answer(ByteView datagram, const Endpoint& sender, Clock::time_point now);
+  /// The client, if it has control, has shown that it is there, or waits for an answer. Any thread.
+  void KeepControl(const Endpoint& client, Clock::time_point now);
   /// Drops a controller that has fallen silent. The thread that answers.
   void CheckHeartbeat(Clock::time_point now);
   /// Takes control from whoever has it. Any thread.

@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::size_t ipAndUdpHeaders = 28;
 constexpr std::uint32_t wrongNumber = 0x7fffff;
+constexpr std::size_t mostLatePackets = 20'000;
 constexpr auto batchTime = std::chrono::microseconds(500);
 
 iovec vectorOf(ByteView bytes) {
@@ -115,7 +116,7 @@ void PacketSender::addFaulty(GvspPacket packet, const Fault& fault, std::uint32_
 }
 
 void PacketSender::keep(const GvspPacket& packet, Clock::time_point due) {
-  late_.push_back({due, destination_, bytesOf(packet)});
+  if (late_.size() < mostLatePackets) late_.push_back({due, destination_, bytesOf(packet)});
 }
 
 // The frame itself stays as it is, for whoever asks for the packet again.
@@ -153,11 +154,12 @@ void PacketSender::flush(const std::atomic<bool>& stop) {
   }
   for (std::size_t done = 0; done < batched_;) {
     const int count = sendmmsg(socket_, &messages[done], static_cast<unsigned>(batched_ - done), 0);
-    done += count > 0 ? static_cast<std::size_t>(count) : 1;  // what the kernel refuses is lost
+    const auto accepted = static_cast<std::size_t>(std::max(count, 0));
+    sent_ += accepted;
+    done += std::max<std::size_t>(accepted, 1);  // what the kernel refuses is lost
   }
   const std::size_t packets = std::exchange(batched_, 0);
   scrambled_.clear();
-  sent_ += packets;
   if (!late_.empty()) SendLate();
   pace(bytes, packets, stop);
 }

@@ -41,6 +41,16 @@ bool liesWithin(std::uint64_t address, std::size_t size, std::uint64_t first, st
   return address >= first && size <= behind - first && address - first <= behind - first - size;
 }
 
+std::uint64_t addressIn(const std::string& text) {
+  std::size_t end = 0;
+  try {
+    const std::uint64_t address = std::stoull(text, &end, 0);
+    if (text.find_first_not_of(" \t\r\n", end) == text.npos) return address;
+  } catch (const std::logic_error&) {  // not a number, or too large a one
+  }
+  throw std::runtime_error("the description's address '" + text + "' is not a number");
+}
+
 }  // namespace
 
 std::string MoveRegisters(const std::string& description, std::uint64_t offset) {
@@ -50,7 +60,7 @@ std::string MoveRegisters(const std::string& description, std::uint64_t offset) 
   for (std::size_t at = 0; (at = description.find(tag, done)) != description.npos;) {
     const std::size_t number = at + tag.size();
     const std::size_t behind = std::min(description.find('<', number), description.size());
-    const std::uint64_t address = std::stoull(description.substr(number, behind - number), nullptr, 0);
+    const std::uint64_t address = addressIn(description.substr(number, behind - number));
     std::array<char, 24> text{};
     std::snprintf(text.data(), text.size(), "0x%" PRIx64, address + offset);
     moved.append(description, done, number - done).append(text.data());

@@ -15,12 +15,20 @@ constexpr AcknowledgeLayout acknowledge = {.status = 4, .length = 8, .id = 10, .
 
 constexpr std::size_t mostAnswers = 16;
 
+// The sensor's registers have the meaning that our own description gives them.
+CameraDescription ownDescription(const std::string& file) {
+  CameraDescription description = ReadDescription(file, true);
+  if (description.text.find("ModelName=\"SimulatedCamera\"") == std::string::npos)
+    throw std::runtime_error(file + " does not describe the simulated camera: on USB it has no other");
+  return description;
+}
+
 }  // namespace
 
 UsbCamera::UsbCamera(const std::string& descriptionFile, const std::string& faults,
                      const CameraIdentity& identity)
     : faults_(faults),
-      model_(ReadDescription(descriptionFile, true), identity),
+      model_(ownDescription(descriptionFile), identity),
       memory_(model_, identity),
       server_(memory_),
       stream_(model_, memory_, faults_) {}

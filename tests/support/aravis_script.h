@@ -27,7 +27,7 @@ class AravisScript {
   void failAt(std::size_t index, const std::string& text) { failingPlace_ = {index, text}; }
   /// Every such call answers this number instead of asking the camera.
   void answer(const std::string& call, double number) { numbers_[call] = number; }
-  /// The camera's description instead of its own; an empty one is no description at all.
+  /// The camera's description instead of its own; an empty one stands for none at all.
   std::optional<std::string> xml;
   /// What opening returns instead of a device, with a reference of its own.
   GObject* opened = nullptr;

@@ -12,7 +12,7 @@ inline std::string readText(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// The files of a folder that end so; none where it is no folder.
+/// The files of a folder that end so; none where it is not a folder.
 inline std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder, const char* ending) {
   std::vector<std::filesystem::path> files;
   if (!std::filesystem::is_directory(folder)) return files;

@@ -26,9 +26,11 @@ decltype(auto) visitKind(NodeVariant& node, NodeType kind, Visitor&& visitor) {
       return visitor(std::get<StringNode>(node));
     case NodeType::Enumeration:
       return visitor(std::get<EnumerationNode>(node));
-    default:
-      return visitor(NodeHeader());
+    case NodeType::Command:
+    case NodeType::Category:
+      break;
   }
+  return visitor(NodeHeader());
 }
 
 template <typename... Functions>
@@ -75,9 +77,12 @@ const char* kindWord(NodeType kind) {
       return "boolean";
     case NodeType::String:
       return "string";
-    default:
-      return "enum";
+    case NodeType::Enumeration:
+    case NodeType::Command:
+    case NodeType::Category:
+      break;
   }
+  return "enum";
 }
 
 std::string context(const char* action, const char* word, const std::string& name) {
@@ -156,9 +161,11 @@ FeatureValue toFeatureValue(const Parameter& parameter, NodeType kind) {
     case NodeType::String:
     case NodeType::Enumeration:
       return parameter.GetValue<std::string>();
-    default:
-      return ExecuteCommand{};
+    case NodeType::Command:
+    case NodeType::Category:
+      break;
   }
+  return ExecuteCommand{};
 }
 
 void sendValue(ArvDevice* device, const std::string& name, const FeatureValue& value, GErrorGuard& error) {

@@ -82,7 +82,7 @@ std::size_t startOfMarkup(std::string_view text) {
   fail(fmt::format("not XML: no markup in {} bytes", text.size()));
 }
 
-// Erased flash or a checksum after the last tag is no part of the text; the beginning of a tag is.
+// Erased flash or a checksum after the last tag does not belong to the text; the beginning of a tag does.
 std::string_view upToLastTag(std::string_view text) {
   const std::size_t end = text.find_last_of("<>");
   return end == std::string_view::npos || text[end] == '<' ? text : text.substr(0, end + 1);
@@ -95,7 +95,7 @@ std::string_view upToEndTag(std::string_view text) {
 }
 
 // The bytes decide, not the declaration: cameras that claim UTF-8 and send the degree sign as one byte mean
-// Latin-1, where every byte is a character, and what is UTF-8 by accident is no text.
+// Latin-1, where every byte is a character, and what is UTF-8 by accident makes no sense.
 pugi::xml_encoding encodingOf(std::string_view text) {
   if (hasWideByteOrderMark(text)) return pugi::encoding_auto;
   return isUtf8(text) ? pugi::encoding_utf8 : pugi::encoding_latin1;

@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: MIT
-// The links are followed once, the nodes sorted once, so that what stands behind a node comes before it; then
-// plain loops over that order find literals, access, bounds and texts, one after the other.
+// The links are followed once, and the nodes sorted once, so that what stands behind a node comes before it.
+// Then loops over the nodes find literals, access, bounds and texts, one after the other. Literals have an
+// order of their own (literals.cpp), since an index and the variables of a formula come before the node too.
 //
 // Why that is right: a node has at most one node behind it, so without circles an order exists, and a circle
 // of pValue has been cut where the links were sorted. Each loop asks the node behind for what the same loop
 // has found already, and any other node (conditions, bounds) only for its literal, which an earlier loop
-// found. So one pass a loop is enough, whatever the order of the document. An index alone may lead in circles
-// beside pValue: a node that it selects counts with what it offered in the round before, at first everything,
-// so that no round depends on the order within it. Chains of up to `rounds` indexed values
-// come out exact; a circle of them ends at that limit.
+// found. So one pass a loop is enough, whatever the order of the document.
+//
+// Only an index may still lead in circles. So access is found in rounds: of the nodes that an index selects,
+// a round looks at what they offered in the round before it; in the first one they offer everything. No
+// round depends on the order within it. Chains of up to `rounds` indexed values come out exact; a circle of
+// them ends at that limit.
 #include "resolver.h"
 
 #include <algorithm>

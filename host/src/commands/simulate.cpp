@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <memory>
+#include <optional>
 #include <regex>
 
 #include "camera/local_cameras.h"
@@ -25,7 +26,7 @@ struct SimulateOptions {
   double duplicate = 0.0;
   std::int64_t lateMilliseconds = 0;
   std::string faults;
-  std::int64_t seed = 1;
+  std::optional<std::int64_t> seed;
 };
 
 constexpr std::size_t resendMemory = 8 << 20;
@@ -34,13 +35,16 @@ constexpr std::size_t longestSerial = 15;  // the register holds 16 bytes with t
 /// The options for single faults, and the script, as one script.
 std::string faultLine(const SimulateOptions& options) {
   std::string line = options.faults;
+  const bool hasSeed = line.find("seed") != line.npos;
+  if (hasSeed && options.seed)
+    throw Failure(ExitStatus::WrongUsage, "--faults has a seed of its own: leave --seed out");
   const auto add = [&](const std::string& step) { line += (line.empty() ? "" : "; ") + step; };
   if (options.lateMilliseconds != 0) add(fmt::format("command 1- late {}", options.lateMilliseconds));
   const std::pair<double, const char*> shares[] = {
       {options.lost, "lost"}, {options.reordered, "reordered"}, {options.duplicate, "duplicate"}};
   for (const auto& [perThousand, fault] : shares)
     if (perThousand > 0.0) add(fmt::format("packet {}% {}", perThousand / 10.0, fault));
-  if (!line.empty() && line.find("seed") == line.npos) add(fmt::format("seed {}", options.seed));
+  if (!hasSeed && !line.empty()) add(fmt::format("seed {}", options.seed.value_or(1)));
   return line;
 }
 
@@ -127,13 +131,17 @@ void AddSimulateCommand(CommandLine& line) {
       ->type_name("SCRIPT");
   command->add_option("--seed", options->seed, "What chance begins with: the same seed, the same faults")
       ->check(WholeNumber(0, 1'000'000'000))
-      ->capture_default_str();
+      ->default_str("1");
   command->add_flag("--extended-ids", options->camera.extendedIds,
                     "Number frames with 64 bits instead of 16");
-  command
-      ->add_option("--description", options->description,
-                   "Serve this GenICam description; all its registers are memory, and nothing is streamed")
-      ->type_name("FILE");
+  const std::string ownSettings[] = {"--rate", "--size"};
+  CLI::Option* const description =
+      command
+          ->add_option(
+              "--description", options->description,
+              "Serve this GenICam description; all its registers are memory, and nothing is streamed")
+          ->type_name("FILE");
+  for (const std::string& setting : ownSettings) description->excludes(setting);
 }
 
 }  // namespace vireo::host

@@ -127,9 +127,10 @@ const char* IntegerWords(const IntegerForm& form) {
       return "an address such as 192.168.0.7, or a whole number";
     case IntegerForm::Notation::Mac:
       return "an address such as 00:11:22:aa:bb:cc, or a whole number";
-    default:
-      return "a whole number of at most 53 bits, or 0x...";
+    case IntegerForm::Notation::Decimal:
+      break;
   }
+  return "a whole number of at most 53 bits, or 0x...";
 }
 
 }  // namespace vireo::host

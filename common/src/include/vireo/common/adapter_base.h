@@ -89,7 +89,8 @@ BRIO_EXPORT std::uint64_t TimeNow();
 /// One record is an exception: that of a lost control, for which disconnecting waits.
 ///
 /// Times are of the adapter itself. What asks the camera takes one or two exchanges with it besides for every
-/// value: some 20 microseconds each on a quiet network, 2.5 s each when the camera does not answer any more.
+/// value: some 60 microseconds each on a quiet network. When the camera does not answer any more, 2.5 s each
+/// on GigE Vision, 2 s on USB3 Vision.
 ///
 /// The order of the virtual operations is part of the binary interface.
 class BRIO_EXPORT AdapterBase {

@@ -21,6 +21,7 @@ int endWith(ExitStatus status, const std::string& text) {
 
 void addCommands(CommandLine& line) {
   vireo::host::AddCamerasCommand(line);
+  vireo::host::AddAddressCommand(line);
   vireo::host::AddInfoCommand(line);
   vireo::host::AddListCommand(line);
   vireo::host::AddDescribeCommand(line);

@@ -53,6 +53,7 @@ sockaddr_in internetAddress(const Endpoint& endpoint) {
 Socket boundSocket(const Endpoint& endpoint, bool shared = false) {
   Socket socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   const int on = 1;
+  setsockopt(socket.Get(), SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
   if (shared) {
     setsockopt(socket.Get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     setsockopt(socket.Get(), IPPROTO_IP, IP_PKTINFO, &on, sizeof on);
@@ -104,6 +105,15 @@ bool receive(int socket, Datagram& datagram) {
     datagram.interfaceIndex = info.ipi_ifindex;
   }
   return true;
+}
+
+/// Whether the answer may be a broadcast: a client of another subnet gets no other.
+bool takesBroadcast(ByteView command) {
+  constexpr std::uint8_t allowed = 0x10;
+  constexpr std::uint16_t forceIp = 0x0004;
+  const bool isForAll =
+      GvcpServer::IsDiscovery(command) || ReadNumber<std::endian::big, std::uint16_t>(command, 2) == forceIp;
+  return isForAll && (command[1] & allowed) != 0;
 }
 
 void sendTo(int socket, const Endpoint& to, ByteView bytes) {
@@ -185,7 +195,11 @@ void GigeCamera::answerFrom(int socket, bool isBroadcast) {
   if (answer.empty()) return;
   const bool isCounted = !GvcpServer::IsDiscovery(datagram.View());
   const Fault fault = isCounted ? faults_.Next(Channel::Command) : Fault();
-  send(datagram.sender, fault, std::move(answer), datagram.View());
+  Endpoint to = datagram.sender;
+  const std::uint32_t mask = model_.Register(bootstrap::subnetMask);
+  const bool isFar = ((to.address ^ address_) & mask) != 0;
+  if (isFar && takesBroadcast(datagram.View())) to.address = INADDR_BROADCAST;
+  send(to, fault, std::move(answer), datagram.View());
 }
 
 void GigeCamera::send(const Endpoint& to, const Fault& fault, Bytes answer, ByteView command) {
@@ -290,7 +304,8 @@ void GigeCamera::FireTestPacket() {
 
 bool GigeCamera::ForceAddress(std::uint32_t address) {
   const bool isInSubnet = ((address ^ interface_.address) & interface_.subnetMask) == 0;
-  if (!isInSubnet || address == 0) return false;
+  const auto other = FindInterface(AddressText(address));
+  if (address == 0 || (!isInSubnet && (!other || other->name != interface_.name))) return false;
   if (address == address_) return true;
   openControl(address);
   if (address != address_) return false;

@@ -15,7 +15,9 @@ constexpr std::uint8_t key = 0x42;
 constexpr std::uint8_t acknowledgeFlag = 0x01;
 constexpr std::uint8_t extendedIdFlag = 0x10;
 constexpr std::size_t headerSize = 8;
-constexpr std::size_t longestData = 536;  // bytes of memory in one command
+constexpr std::size_t longestData = 536;       // bytes of memory in one command
+constexpr std::uint32_t ipConfigurations = 7;  // persistent address, DHCP, link local
+constexpr std::uint32_t ipLinkLocal = 4;       // which is always on
 
 constexpr std::uint16_t discovery = 0x0002;
 constexpr std::uint16_t forceIp = 0x0004;
@@ -40,7 +42,8 @@ struct Range {
 
 /// Bootstrap registers that no client writes.
 constexpr Range readOnly[] = {
-    {bootstrap::version, reg::userName},
+    {bootstrap::version, bootstrap::ipCurrent},
+    {bootstrap::ipCurrent + 4, reg::userName},
     {bootstrap::firstUrl, bootstrap::firstUrl + bootstrap::urlSize},
     {bootstrap::secondUrl, bootstrap::interfaces + 4},
     {0x0900, bootstrap::heartbeatTimeout},
@@ -90,7 +93,7 @@ GvcpServer::GvcpServer(CameraModel& model, GvcpActions& actions, const GvcpIdent
       {bootstrap::deviceMode, 0x80000001},  // big endian, UTF-8
       {bootstrap::macHigh, static_cast<std::uint32_t>(identity.mac >> 32)},
       {bootstrap::macLow, static_cast<std::uint32_t>(identity.mac)},
-      {bootstrap::ipSupported, 7},
+      {bootstrap::ipSupported, ipConfigurations},
       {bootstrap::ipCurrent, 6},
       {bootstrap::ipAddress, identity.address},
       {bootstrap::subnetMask, identity.subnetMask},
@@ -254,6 +257,10 @@ Status GvcpServer::write(std::uint64_t address, ByteView bytes, const Endpoint& 
 Status GvcpServer::writeWord(std::uint64_t address, std::uint32_t value, const Endpoint& sender) {
   if (address == bootstrap::controlPrivilege) return writePrivilege(value, sender);
   if (!hasControl(sender)) return Status::AccessDenied;
+  if (address == bootstrap::ipCurrent) {
+    model_.SetRegister(address, (value & ipConfigurations) | ipLinkLocal);
+    return Status::Success;
+  }
   if (address == bootstrap::streamPacketSize) {
     const std::uint32_t size = value & 0xffff;
     if (size < bootstrap::leastPacketSize || size > bootstrap::mostPacketSize)

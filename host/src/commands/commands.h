@@ -8,6 +8,7 @@ namespace vireo::host {
 // Each adds a command to the command line; its file has its name.
 
 void AddCamerasCommand(CommandLine& line);
+void AddAddressCommand(CommandLine& line);
 void AddInfoCommand(CommandLine& line);
 void AddListCommand(CommandLine& line);
 void AddDescribeCommand(CommandLine& line);

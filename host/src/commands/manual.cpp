@@ -76,6 +76,7 @@ std::string longNames(CLI::App& app) {
 std::string kindOfNames(const std::string& command) {
   if (command == "set") return "settings";
   if (command == "run") return "commands";
+  if (command == "address") return "cameras";
   return command == "get" || command == "list" ? "features" : "files";
 }
 

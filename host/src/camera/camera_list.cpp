@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#include "camera/camera_list.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <bit>
+#include <future>
+
+#include "camera/gige_cameras.h"
+#include "terminal/ipv4.h"
+
+namespace vireo::host {
+namespace {
+
+constexpr const char* gigeProtocol = "GigEVision";  // as the camera library calls it
+
+std::string adviceFor(const GigeCamera& camera) {
+  if (camera.IsNear()) return "";
+  return fmt::format(
+      "{0} at {1} is in another subnet than {2} ({3}) and cannot be opened: 'vireo-cam address {0} IP/{4}' "
+      "gives it an address of {5}",
+      MacText(camera.mac), camera.network.Text(), camera.port.interface, camera.port.network.Text(),
+      std::popcount(camera.port.network.mask), camera.port.network.SubnetText());
+}
+
+// What a camera has answered, to what the camera library has found.
+void addAnswer(std::vector<ListedCamera>& cameras, const GigeCamera& answer) {
+  const std::string address = Ipv4Text(answer.network.address);
+  auto camera = std::find_if(cameras.begin(), cameras.end(), [&](const ListedCamera& known) {
+    return known.found.address == address && known.found.serial == answer.serial;
+  });
+  if (camera == cameras.end()) {
+    const FoundCamera alone = {MacText(answer.mac), answer.vendor, answer.model,
+                               answer.serial,       address,       gigeProtocol};
+    camera = cameras.insert(cameras.end(), ListedCamera{alone});
+  }
+  camera->interface = answer.port.interface;
+  camera->mac = MacText(answer.mac);
+  camera->firmware = answer.version;
+  camera->advice = adviceFor(answer);
+  if (answer.IsNear()) camera->control = ControlText(answer.network.address);
+}
+
+}  // namespace
+
+std::vector<ListedCamera> ListCameras() {
+  // Both wait a second for answers.
+  std::future<std::vector<GigeCamera>> answering = std::async(std::launch::async, FindGigeCameras);
+  std::vector<ListedCamera> cameras;
+  for (const FoundCamera& found : FindCameras()) cameras.push_back({found});
+  for (const GigeCamera& answer : answering.get()) addAnswer(cameras, answer);
+  return cameras;
+}
+
+}  // namespace vireo::host

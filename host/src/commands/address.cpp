@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: MIT
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <bit>
+#include <chrono>
+#include <fstream>
+#include <memory>
+#include <sstream>
+
+#include "camera/gige_cameras.h"
+#include "commands/commands.h"
+#include "parameters/names.h"
+#include "parameters/writer.h"
+#include "terminal/console.h"
+#include "terminal/ipv4.h"
+#include "terminal/numbers.h"
+#include "terminal/text.h"
+
+namespace vireo::host {
+namespace {
+
+struct AddressOptions {
+  std::string camera;
+  std::string network;
+  std::string gateway;
+  bool persistent = false;
+};
+
+constexpr int tries = 3;
+constexpr std::chrono::seconds tryTime(5);  // a camera may need some to begin anew
+constexpr std::chrono::milliseconds answerTime(1000);
+
+Failure failed(const std::string& text) {
+  return Failure(ExitStatus::Failed, text);
+}
+
+std::optional<Ipv4Network> networkFrom(const std::string& text) {
+  const std::size_t slash = text.find('/');
+  const auto address = Ipv4From(text.substr(0, slash));
+  const auto prefix = slash == std::string::npos ? std::nullopt : NumberFrom<int>(text.substr(slash + 1));
+  if (!address || !prefix || *prefix < 1 || *prefix > 30) return std::nullopt;
+  return Ipv4Network{*address, ~std::uint32_t{0} << (32 - *prefix)};
+}
+
+// The names that a camera answers to elsewhere, too.
+std::vector<std::string> namesOf(const GigeCamera& camera) {
+  return {MacText(camera.mac),
+          Ipv4Text(camera.network.address),
+          camera.serial,
+          camera.userName,
+          camera.vendor + '-' + camera.serial,
+          camera.vendor + '-' + camera.model + '-' + camera.serial};
+}
+
+std::string titleOf(const GigeCamera& camera) {
+  return WithoutControls(
+      fmt::format("{} {} {} ({})", camera.vendor, camera.model, camera.serial, MacText(camera.mac)));
+}
+
+GigeCamera cameraNamed(const std::vector<GigeCamera>& found, const std::string& name) {
+  std::vector<GigeCamera> named;
+  std::copy_if(found.begin(), found.end(), std::back_inserter(named), [&](const GigeCamera& camera) {
+    const std::vector<std::string> names = namesOf(camera);
+    return std::any_of(names.begin(), names.end(),
+                       [&](const std::string& one) { return Lowered(one) == Lowered(name); });
+  });
+  if (named.size() == 1) return named.front();
+  std::vector<std::string> titles;
+  for (const GigeCamera& camera : named.empty() ? found : named) titles.push_back(titleOf(camera));
+  if (!named.empty())
+    throw failed(fmt::format("'{}' is more than one camera: say which by the MAC address: {}", name,
+                             fmt::join(titles, ", ")));
+  throw Failure(ExitStatus::NoCamera,
+                fmt::format("no GigE Vision camera '{}' answers; {}", name,
+                            titles.empty() ? "none does: check power, cable and interface"
+                                           : fmt::format("there are: {}", fmt::join(titles, ", "))));
+}
+
+// The interface that the camera hears, with its address in the subnet that the camera is to be in.
+NetworkPort portFor(const GigeCamera& camera, const Ipv4Network& wanted) {
+  for (const NetworkPort& port : NetworkPorts()) {
+    if (port.network.address == wanted.address)
+      throw failed(fmt::format("{} is the address of this computer's {}: choose another",
+                               Ipv4Text(wanted.address), port.interface));
+    if (port.index != camera.port.index || !port.network.Contains(wanted.address)) continue;
+    if (wanted.Contains(port.network.address)) return port;
+    throw failed(fmt::format("with /{} the camera could not answer {}: use /{}", std::popcount(wanted.mask),
+                             Ipv4Text(port.network.address), std::popcount(port.network.mask)));
+  }
+  throw failed(
+      fmt::format("at {0} the camera could not be reached over {1} ({2}): choose an address in {3}, or give "
+                  "{1} one in {4} first",
+                  Ipv4Text(wanted.address), camera.port.interface, camera.port.network.Text(),
+                  camera.port.network.SubnetText(), wanted.SubnetText()));
+}
+
+void requireHostAddress(const Ipv4Network& wanted, const NetworkPort& port) {
+  const std::uint32_t first = wanted.address >> 24;
+  const bool isLoopback = first == 127 && port.network.address >> 24 != 127;
+  const std::uint32_t host = wanted.address & ~wanted.mask;
+  if (first != 0 && first < 224 && !isLoopback && host != 0 && host != ~wanted.mask) return;
+  throw failed(fmt::format("{} is not an address that a host of {} can have", Ipv4Text(wanted.address),
+                           wanted.SubnetText()));
+}
+
+// The MAC address that the system has learned for an address; empty where nobody has answered for it.
+std::string neighbourAt(const NetworkPort& port, std::uint32_t address) {
+  std::ifstream table("/proc/net/arp");
+  for (std::string line; std::getline(table, line);) {
+    std::istringstream words(line);
+    std::string ip, type, flags, mac, mask, device;
+    words >> ip >> type >> flags >> mac >> mask >> device;
+    if (ip == Ipv4Text(address) && device == port.interface && flags != "0x0") return Lowered(mac);
+  }
+  return "";
+}
+
+// Asking a camera that may be there also makes the system ask whose address it is.
+void requireUnused(const GigeCamera& camera, const NetworkPort& port, const Ipv4Network& wanted) {
+  const auto there = GigeCameraAt(port, wanted.address, answerTime);
+  const std::string neighbour = there ? MacText(there->mac) : neighbourAt(port, wanted.address);
+  if (neighbour.empty() || neighbour == MacText(camera.mac)) return;
+  throw failed(fmt::format("{} is in use by {}: choose another", Ipv4Text(wanted.address),
+                           there ? titleOf(*there) : "the device " + neighbour));
+}
+
+void requireFree(const GigeCamera& camera) {
+  const std::string control = camera.IsNear() ? ControlText(camera.network.address) : "";
+  if (control.empty() || control == "free") return;
+  throw failed(fmt::format("another program{} controls the camera: end it first",
+                           control == "busy" ? "" : " on " + control));
+}
+
+void moveTo(const GigeCamera& camera, const NetworkPort& port, const Ipv4Network& wanted,
+            std::uint32_t gateway) {
+  for (int i = 0; i < tries; ++i) {
+    ForceAddress(camera, wanted, gateway);
+    for (const auto end = std::chrono::steady_clock::now() + tryTime;
+         std::chrono::steady_clock::now() < end;) {
+      const auto there = GigeCameraAt(port, wanted.address, answerTime);
+      if (there && there->mac == camera.mac) return;
+    }
+  }
+  throw Failure(
+      ExitStatus::NoCamera,
+      fmt::format("{} was told to take {} and does not answer there: switch it off and on, then look "
+                  "with 'vireo-cam cameras'",
+                  titleOf(camera), wanted.Text()));
+}
+
+// Addresses as numbers: not every camera says that they are addresses.
+void write(Camera& camera, const Ipv4Network& wanted, std::uint32_t gateway) {
+  const std::pair<const char*, std::uint32_t> settings[] = {{"GevPersistentIPAddress", wanted.address},
+                                                            {"GevPersistentSubnetMask", wanted.mask},
+                                                            {"GevPersistentDefaultGateway", gateway},
+                                                            {"GevCurrentIPConfigurationPersistentIP", 1}};
+  std::vector<common::Parameter> parameters;
+  for (const auto& [name, value] : settings) {
+    RequireParameter(camera, name);
+    const common::Parameter& like = camera.Catalogue().at(name);
+    parameters.push_back(ParseValue(like, fmt::format("{}", value), FormOf(camera.Features(), like)));
+  }
+  ParameterWriter writer(camera);
+  writer.WriteInOrder(parameters).Require();
+  for (const common::Parameter& parameter : parameters) {
+    if (!writer.ReadBackOf(parameter).asWritten)
+      throw failed(fmt::format("it does not take {}", parameter.name));
+  }
+}
+
+void keep(CameraOptions options, const Ipv4Network& wanted, std::uint32_t gateway) {
+  options.address = Ipv4Text(wanted.address);
+  try {
+    WithCamera(options, Use::Control, [&](Camera& camera) {
+      write(camera, wanted, gateway);
+      return ExitStatus::Done;
+    });
+  } catch (const Failure& failure) {
+    throw Failure(failure.status,
+                  fmt::format("{}; the camera answers at {}, but only until it is switched off",
+                              failure.what(), wanted.Text()));
+  }
+}
+
+ExitStatus address(const CommandLine& line, const AddressOptions& options) {
+  const Ipv4Network wanted = networkFrom(options.network).value();
+  const GigeCamera camera = cameraNamed(FindGigeCameras(), options.camera);
+  std::uint32_t gateway = wanted.Contains(camera.gateway) ? camera.gateway : 0;
+  if (!options.gateway.empty()) gateway = Ipv4From(options.gateway).value();
+  if (!options.gateway.empty() && !wanted.Contains(gateway))
+    throw failed(fmt::format("the gateway {} is not in {}", options.gateway, wanted.SubnetText()));
+  const NetworkPort port = portFor(camera, wanted);
+  requireHostAddress(wanted, port);
+  requireUnused(camera, port, wanted);
+  requireFree(camera);
+  moveTo(camera, port, wanted, gateway);
+  if (options.persistent) keep(line.camera, wanted, gateway);
+  Print(fmt::format("{} answers at {}{}\n", titleOf(camera), wanted.Text(),
+                    options.persistent ? ", now and when it is switched on" : " until it is switched off"));
+  return ExitStatus::Done;
+}
+
+std::string checkNetwork(const std::string& text) {
+  return networkFrom(text) ? "" : fmt::format("'{}' is not such as 192.168.0.7/24", text);
+}
+
+std::string checkAddress(const std::string& text) {
+  return Ipv4From(text) ? "" : fmt::format("'{}' is not such as 192.168.0.1", text);
+}
+
+}  // namespace
+
+void AddAddressCommand(CommandLine& line) {
+  const auto options = std::make_shared<AddressOptions>();
+  CLI::App* const command =
+      line.AddCommand("address", "Give a GigE Vision camera an IP address that it can be reached at",
+                      [&line, options] { return address(line, *options); });
+  command
+      ->add_option("CAMERA", options->camera,
+                   "MAC address, IP address, serial number, user name or device id, as 'cameras' shows them")
+      ->required();
+  command
+      ->add_option("IP/PREFIX", options->network, "Address and length of its subnet, such as 192.168.0.7/24")
+      ->required()
+      ->check(checkNetwork);
+  command->add_option("--gateway", options->gateway, "Gateway of that subnet, where there is one")
+      ->type_name("IP")
+      ->check(checkAddress);
+  command->add_flag("--persistent", options->persistent, "Let it keep the address when it is switched off");
+}
+
+}  // namespace vireo::host

@@ -139,7 +139,9 @@ TEST(View, ComesBackWithTheCameraAndWhatThePageChanged) {
   camera.emplace();
   waitUntil("frames again", comes);
   for (const json& parameter : view.State()["adjustable"])
-    if (parameter["name"] == "Gain") EXPECT_EQ(parameter["value"], 4);
+    if (parameter["name"] == "Gain") {
+      EXPECT_EQ(parameter["value"], 4);
+    }
 }
 
 class Page : public testing::TestWithParam<std::pair<int, int>> {};

@@ -42,10 +42,10 @@ bool liesWithin(std::uint64_t address, std::size_t size, std::uint64_t first, st
 }
 
 std::uint64_t addressIn(const std::string& text) {
-  std::size_t end = 0;
+  std::size_t used = 0;
   try {
-    const std::uint64_t address = std::stoull(text, &end, 0);
-    if (text.find_first_not_of(" \t\r\n", end) == text.npos) return address;
+    const std::uint64_t address = std::stoull(text, &used, 0);
+    if (text.find_first_not_of(" \t\r\n", used) == text.npos) return address;
   } catch (const std::logic_error&) {  // not a number, or too large a one
   }
   throw std::runtime_error("the description's address '" + text + "' is not a number");

@@ -134,9 +134,11 @@ TEST(Grab, ListsEveryWholePictureWhenItIsKilled) {
   grab.Wait();
   std::set<std::string> listed;
   std::uint64_t arrival = 0;
-  const auto rows = readCsv(directory / "f" / "frames.csv");
+  auto rows = readCsv(directory / "f" / "frames.csv");
+  ASSERT_GT(rows.size(), 20u);
   EXPECT_THAT(rows[0], ElementsAre("frame_id", "timestamp_ns", "exposure_us", "width", "height",
                                    "pixel_format", "bytes", "file", "page", "arrival_ns"));
+  if (rows.back().size() < rows[0].size()) rows.pop_back();  // the kill tore the line
   for (std::size_t i = 1; i < rows.size(); ++i) {
     EXPECT_EQ(std::stoull(rows[i][0]), std::stoull(rows[1][0]) + i - 1);
     EXPECT_LT(std::exchange(arrival, std::stoull(rows[i][9])), std::stoull(rows[i][9]));
@@ -158,7 +160,7 @@ TEST(Grab, ListsEveryWholePictureWhenItIsKilled) {
   stack.Wait();
   const auto pages = readCsv(directory / "s" / "frames.csv");
   const auto lines = readTiffLines(directory / "s" / "frames.tiff.part");
-  EXPECT_THAT(lines.size(), AllOf(Ge(pages.size() - 2), Le(pages.size() - 1)));
+  ASSERT_THAT(lines.size(), AllOf(Ge(pages.size() - 2), Le(pages.size() - 1)));
   EXPECT_EQ(pages[5][8], "5");
   EXPECT_EQ(lines[4][0], std::stoull(pages[5][0]) * 256 % 65536);
 }
@@ -305,6 +307,13 @@ TEST(Grab, TakesEachFrameOfASweepWithItsValue) {
   EXPECT_THAT(run(grab + "--sweep PixelFormat=Mono8,Mono16").err,
               HasSubstr("and now it is Mono16 instead of Mono8: grab once for each; 3 frames are"));
   EXPECT_EQ(run(network + "get Width PixelFormat").out, "Width=512\nPixelFormat=Mono8\n");
+}
+
+TEST(Grab, TakesASlowStartForNoSilence) {
+  const SimulatedNetworkCamera camera("--rate 2 --late 30");
+  const TemporaryDirectory directory;
+  const auto result = run(network + "grab -n 2 --patience 2 -o '" + (directory / "frames").string() + "'");
+  EXPECT_EQ(result.status, 0) << result.err;
 }
 
 TEST(Watch, SaysOnATerminalThatNoGoodFrameComes) {
@@ -527,9 +536,9 @@ TEST(Lists, AgreeBetweenCameraAndItsDescription) {
     }
     EXPECT_EQ(row.value("entries", json()), same.value("entries", json())) << row["name"];
   }
-  const auto narrow = run("--simulate list --long", "export COLUMNS=40;");
+  const auto narrow = run("--simulate list --long", "export COLUMNS=50;");
   EXPECT_THAT(narrow.out, HasSubstr("\nDeviceLinkHeartbeatTimeout  "));  // names are never cut
-  EXPECT_THAT(narrow.out, Not(ContainsRegex("[^\n]{41}")));
+  EXPECT_THAT(narrow.out, Not(ContainsRegex("[^\n]{51}")));
   EXPECT_THAT(run("--simulate list --csv exposuretime").out,
               HasSubstr("ExposureTime,Float,RW,10000,us,10,10000000,,"));
   EXPECT_THAT(run("describe '" VIREO_TEST_DATA "/broken_features.xml'").err,

@@ -54,8 +54,12 @@ std::size_t frameBytes(Camera& camera) {
 }  // namespace
 
 void FrameStream::Run(const Sink& sink) {
+  const bool isFirst = !faultsBefore_;
   begin();
   const RunningAcquisition running(camera_);
+  // A slow camera takes a minute to start: that is neither a silence nor a part of the seconds.
+  lastFrame_ = lastProgress_ = Clock::now();
+  if (isFirst) started_ = lastFrame_;
   try {
     while (!enough_ && !Interrupted() && !IsComplete() && !(options_.enough && options_.enough())) {
       requests_.Next();

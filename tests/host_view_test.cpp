@@ -138,7 +138,8 @@ TEST(View, ComesBackWithTheCameraAndWhatThePageChanged) {
   EXPECT_EQ(view.Set("Gain", 5), 400);
   camera.emplace();
   waitUntil("frames again", comes);
-  for (const json& parameter : view.State()["adjustable"])
+  const json state = view.State();
+  for (const json& parameter : state["adjustable"])
     if (parameter["name"] == "Gain") {
       EXPECT_EQ(parameter["value"], 4);
     }

@@ -11,8 +11,6 @@
 namespace vireo::host {
 namespace {
 
-constexpr double microseconds = 1e-6;
-
 std::optional<double> numberOf(Camera& camera, const std::string& name) {
   return IsAvailable(camera.Nodes(), name) ? NumberFrom<double>(camera.ValueOr(name, "")) : std::nullopt;
 }

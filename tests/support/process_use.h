@@ -4,6 +4,7 @@
 #include <malloc.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -19,13 +20,11 @@ struct ProcessUse {
 
   /// Threads and descriptors of a process by its id.
   static ProcessUse of(const std::string& process) {
-    const auto entries = [&](const char* folder) {
-      const std::filesystem::directory_iterator begin("/proc/" + process + folder);
-      return std::distance(begin, std::filesystem::directory_iterator());
-    };
+    const std::filesystem::directory_iterator tasks("/proc/" + process + "/task"), end;
+    const std::filesystem::directory_iterator descriptors("/proc/" + process + "/fd");
     ProcessUse use;
-    use.threads = entries("/task");
-    use.descriptors = entries("/fd");
+    use.threads = std::count_if(tasks, end, [](const auto& task) { return !isEnding(task.path()); });
+    use.descriptors = std::distance(descriptors, end);
     return use;
   }
   static ProcessUse now() {
@@ -35,6 +34,19 @@ struct ProcessUse {
     std::ifstream("/proc/self/statm").ignore(32, ' ') >> use.resident;
     use.resident *= sysconf(_SC_PAGESIZE);
     return use;
+  }
+
+ private:
+  // The system lists a thread for a moment longer than whoever joins it waits.
+  static bool isEnding(const std::filesystem::path& task) {
+    constexpr unsigned exiting = 0x4;  // PF_EXITING
+    std::ifstream file(task / "stat");
+    std::string word;
+    std::getline(file, word, ')');  // the name may have blanks
+    for (int i = 0; i < 6; ++i) file >> word;
+    unsigned flags = 0;
+    file >> flags;
+    return !file || (flags & exiting) != 0;
   }
 };
 

@@ -14,8 +14,8 @@ inline int rounds(int brief, int full) {
   return std::getenv("VIREO_FULL_ROUNDS") != nullptr ? full : brief;
 }
 
-/// Does `action` with 1, 2 and so on, at least three times. Afterwards the process must hold at most the
-/// threads and descriptors of the first round, and no more memory than after the third (the second of three).
+/// Does `action` with 1, 2 and so on, at least three times. Afterwards the process must hold the threads and
+/// descriptors of the first round, and no more memory than after the third (the second of three).
 template <typename Action>
 void repeatWithoutGrowth(int times, Action action) {
   ProcessUse first;
@@ -27,8 +27,8 @@ void repeatWithoutGrowth(int times, Action action) {
     std::cout << "  round " << round << ": " << use << '\n';
     if (round == 1) first = use;
     if (round <= std::min(3, times - 1)) settled = use;
-    EXPECT_LE(use.threads, first.threads);  // one of the library may still be ending there
-    EXPECT_LE(use.descriptors, first.descriptors);
+    EXPECT_EQ(use.threads, first.threads);
+    EXPECT_EQ(use.descriptors, first.descriptors);
     EXPECT_LT(use.heap, settled.heap + 64 * 1024);
   }
 }

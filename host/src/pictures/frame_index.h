@@ -25,8 +25,9 @@ struct FramePlace {
 /// The list of the saved frames, frames.csv: a line a frame, in the order in which they came.
 ///
 /// A frame's line is written before its picture gets its name, and taken back when the picture does not get
-/// it. So whatever ends the program, a kill too, every whole picture is listed. The file begins with the
-/// first frame: until then it leaves everything as it was, then the pictures of an earlier grab go.
+/// it. So whatever ends the program, a kill too, every whole picture is listed. A kill can tear the last
+/// line, as the system ends a write between two pages of memory; it has no line end then. The file begins
+/// with the first frame: until then it leaves everything as it was, then the pictures of an earlier grab go.
 ///
 /// Several threads add frames at once; one of them calls the rest when the others are done.
 class FrameIndex {

@@ -65,20 +65,23 @@ TEST(Evidence, FindsUsbCamerasByTheirInterface) {
 }
 
 TEST(Evidence, UnderstandsAnswersToADiscovery) {
-  std::string answer(256, '\0');
-  answer.replace(0, 8, std::string("\0\0\0\3\0\xf8\xff\xff", 8));
-  answer.replace(8 + 0x0a, 6, "\x02\x01\x0a\x4d\x01\xff");
-  answer.replace(8 + 0x24, 4, std::string("\x0a\x4d\x00\x02", 4));
-  answer.replace(8 + 0x48, 5, "Maker");
-  answer.replace(8 + 0xd8, 16, "0123456789abcdef");  // no end: the field is full
-  const auto camera = DiscoveredFrom(answer);
+  gvcp::Bytes answer(256);
+  const auto put = [&](std::ptrdiff_t at, std::string_view text) {
+    std::copy(text.begin(), text.end(), answer.begin() + at);
+  };
+  put(0, std::string_view("\0\0\0\3\0\xf8\xff\xff", 8));
+  put(8 + 0x0a, "\x02\x01\x0a\x4d\x01\xff");
+  put(8 + 0x24, std::string_view("\x0a\x4d\x00\x02", 4));
+  put(8 + 0x48, "Maker");
+  put(8 + 0xd8, "0123456789abcdef");  // no end: the field is full
+  const auto camera = GigeCameraFrom(answer);
   ASSERT_TRUE(camera);
-  EXPECT_EQ(camera->mac, "02:01:0a:4d:01:ff");
-  EXPECT_EQ(camera->address, cameraAddress);
+  EXPECT_EQ(MacText(camera->mac), "02:01:0a:4d:01:ff");
+  EXPECT_EQ(camera->network.address, cameraAddress);
   EXPECT_EQ(camera->vendor + camera->serial, "Maker0123456789abcdef");
-  EXPECT_FALSE(DiscoveredFrom(answer.substr(0, 200)));
-  answer[3] = '\x81';
-  EXPECT_FALSE(DiscoveredFrom(answer));
+  EXPECT_FALSE(GigeCameraFrom({answer.begin(), answer.begin() + 200}));
+  answer[3] = 0x81;
+  EXPECT_FALSE(GigeCameraFrom(answer));
 }
 
 /// A camera whose frames all come: 25 a second of 512 x 512 pixels, for two seconds.
@@ -88,7 +91,7 @@ Facts healthyFacts() {
   facts.link = LinkKind::Gige;
   facts.path.address = cameraAddress;
   facts.path.interface = {"nic0", 1500, 1000, true, 0};
-  facts.path.here = {{"lo", 0x7f000001, 0xff000000}, {"nic0", hostAddress, 0xffffff00}};
+  facts.path.here = {{"lo", 1, {0x7f000001, 0xff000000}}, {"nic0", 2, {hostAddress, 0xffffff00}}};
   facts.path.answers = true;
   facts.registers = {6, 3000, 0, 0, 0, 1500, 0, 0, 1'000'000'000};
   facts.answers.milliseconds = {0.2, 0.1, 30.0, 0.1};  // one that is late is chance

@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <bit>
 #include <future>
 
 #include "camera/gige_cameras.h"
@@ -17,11 +16,9 @@ constexpr const char* gigeProtocol = "GigEVision";  // as the camera library cal
 
 std::string adviceFor(const GigeCamera& camera) {
   if (camera.IsNear()) return "";
-  return fmt::format(
-      "{0} at {1} is in another subnet than {2} ({3}) and cannot be opened: 'vireo-cam address {0} IP/{4}' "
-      "gives it an address of {5}",
-      MacText(camera.mac), camera.network.Text(), camera.port.interface, camera.port.network.Text(),
-      std::popcount(camera.port.network.mask), camera.port.network.SubnetText());
+  return fmt::format("{} at {} is in another subnet than {} ({}) and cannot be opened: {}",
+                     MacText(camera.mac), camera.network.Text(), camera.port.interface,
+                     camera.port.network.Text(), AddressAdvice(camera));
 }
 
 // What a camera has answered, to what the camera library has found.

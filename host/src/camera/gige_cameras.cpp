@@ -2,8 +2,6 @@
 #include "camera/gige_cameras.h"
 
 #include <fmt/format.h>
-#include <ifaddrs.h>
-#include <net/if.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -24,34 +22,16 @@ namespace vireo::host {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Bytes = std::vector<std::uint8_t>;
+using gvcp::AnswerBy;
+using gvcp::Bytes;
+using gvcp::Code;
+using gvcp::Command;
+using gvcp::NumberAt;
 
-constexpr std::uint16_t controlPort = 3956;
-constexpr std::uint8_t key = 0x42;
-constexpr std::uint8_t wantsAnswer = 0x01;
-constexpr std::uint8_t byBroadcastToo = 0x10;  // a camera of another subnet has no other way to answer
-constexpr std::uint16_t discovery = 0x0002;
-constexpr std::uint16_t forceIp = 0x0004;
-constexpr std::uint16_t readRegister = 0x0080;
 constexpr std::uint16_t requestId = 0xffff;  // that cameras expect of a discovery
-constexpr std::size_t headerSize = 8;
 constexpr std::size_t identitySize = 248;
-constexpr std::uint16_t accessDenied = 0x8006;
-constexpr std::uint32_t controlPrivilege = 0x0a00;
-constexpr std::uint32_t primaryApplication = 0x0a14;
 constexpr std::chrono::milliseconds answerTime(500);
 constexpr std::chrono::milliseconds discoveryTime(1000);
-
-void put(Bytes& bytes, std::uint32_t number, int size) {
-  for (int shift = 8 * (size - 1); shift >= 0; shift -= 8)
-    bytes.push_back(static_cast<std::uint8_t>(number >> shift));
-}
-
-std::uint32_t numberAt(const Bytes& bytes, std::size_t at, std::size_t size) {
-  std::uint32_t number = 0;
-  for (std::size_t i = 0; i < size; ++i) number = number << 8 | bytes.at(at + i);
-  return number;
-}
 
 std::string textAt(const Bytes& bytes, std::size_t at, std::size_t size) {
   const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(at);
@@ -59,24 +39,10 @@ std::string textAt(const Bytes& bytes, std::size_t at, std::size_t size) {
   return {begin, std::find(begin, end, 0)};
 }
 
-Bytes command(std::uint8_t flags, std::uint16_t code, const Bytes& payload = {}) {
-  Bytes bytes = {key, flags};
-  put(bytes, code, 2);
-  put(bytes, static_cast<std::uint32_t>(payload.size()), 2);
-  put(bytes, requestId, 2);
-  bytes.insert(bytes.end(), payload.begin(), payload.end());
-  return bytes;
-}
-
 /// A datagram that came, and the interface that it came in by.
 struct Datagram {
   Bytes bytes;
   unsigned interfaceIndex = 0;
-
-  bool Answers(std::uint16_t code) const {
-    return bytes.size() >= headerSize && numberAt(bytes, 2, 2) == code + 1u &&
-           numberAt(bytes, 6, 2) == requestId;
-  }
 };
 
 /// Room for the system's note on a datagram's interface.
@@ -115,7 +81,7 @@ bool UdpSocket::Send(const NetworkPort& port, std::uint32_t to, Bytes bytes) con
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(to);
-  address.sin_port = htons(controlPort);
+  address.sin_port = htons(gvcp::controlPort);
   iovec part{bytes.data(), bytes.size()};
   PortNote note;
   msghdr message{};
@@ -163,27 +129,6 @@ void UdpSocket::Receive(Clock::time_point end, const std::function<bool(const Da
   }
 }
 
-std::uint32_t addressIn(const sockaddr* address) {
-  sockaddr_in internet{};
-  if (address != nullptr) std::memcpy(&internet, address, sizeof internet);
-  return ntohl(internet.sin_addr.s_addr);
-}
-
-std::optional<GigeCamera> cameraFrom(const Datagram& answer) {
-  if (!answer.Answers(discovery) || answer.bytes.size() < headerSize + identitySize) return std::nullopt;
-  const Bytes identity(answer.bytes.begin() + headerSize, answer.bytes.end());
-  GigeCamera camera;
-  std::copy_n(identity.begin() + 0x0a, camera.mac.size(), camera.mac.begin());
-  camera.network = {numberAt(identity, 0x24, 4), numberAt(identity, 0x34, 4)};
-  camera.gateway = numberAt(identity, 0x44, 4);
-  camera.vendor = textAt(identity, 0x48, 32);
-  camera.model = textAt(identity, 0x68, 32);
-  camera.version = textAt(identity, 0x88, 32);
-  camera.serial = textAt(identity, 0xd8, 16);
-  camera.userName = textAt(identity, 0xe8, 16);
-  return camera;
-}
-
 // The address of the interface that is nearest to the camera.
 std::optional<NetworkPort> portOf(const std::vector<NetworkPort>& ports, unsigned index,
                                   std::uint32_t camera) {
@@ -200,37 +145,32 @@ std::string MacText(const MacAddress& mac) {
   return fmt::format("{:02x}", fmt::join(mac, ":"));
 }
 
-std::string Ipv4Network::Text() const {
-  return fmt::format("{}/{}", Ipv4Text(address), std::popcount(mask));
-}
-
-std::string Ipv4Network::SubnetText() const {
-  return Ipv4Network{address & mask, mask}.Text();
-}
-
-std::vector<NetworkPort> NetworkPorts() {
-  std::vector<NetworkPort> ports;
-  ifaddrs* list = nullptr;
-  if (getifaddrs(&list) != 0) return ports;
-  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
-    if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET) continue;
-    if ((entry->ifa_flags & IFF_UP) == 0 || (entry->ifa_flags & IFF_POINTOPOINT) != 0) continue;
-    ports.push_back({entry->ifa_name,
-                     if_nametoindex(entry->ifa_name),
-                     {addressIn(entry->ifa_addr), addressIn(entry->ifa_netmask)}});
-  }
-  freeifaddrs(list);
-  return ports;
+std::optional<GigeCamera> GigeCameraFrom(const Bytes& answer) {
+  if (!gvcp::Answers(answer, Code::Discovery, requestId) || answer.size() < gvcp::headerSize + identitySize)
+    return std::nullopt;
+  const Bytes identity(answer.begin() + gvcp::headerSize, answer.end());
+  GigeCamera camera;
+  std::copy_n(identity.begin() + 0x0a, camera.mac.size(), camera.mac.begin());
+  camera.network = {NumberAt(identity, 0x24, 4), NumberAt(identity, 0x34, 4)};
+  camera.gateway = NumberAt(identity, 0x44, 4);
+  camera.vendor = textAt(identity, 0x48, 32);
+  camera.model = textAt(identity, 0x68, 32);
+  camera.version = textAt(identity, 0x88, 32);
+  camera.serial = textAt(identity, 0xd8, 16);
+  camera.userName = textAt(identity, 0xe8, 16);
+  return camera;
 }
 
 std::vector<GigeCamera> FindGigeCameras() {
   const std::vector<NetworkPort> ports = NetworkPorts();
   const UdpSocket socket;
-  for (const NetworkPort& port : ports)
-    socket.Send(port, INADDR_BROADCAST, command(wantsAnswer | byBroadcastToo, discovery));
+  for (const NetworkPort& port : ports) {
+    if (!port.isPointToPoint)
+      socket.Send(port, INADDR_BROADCAST, Command(Code::Discovery, AnswerBy::BroadcastToo, requestId));
+  }
   std::vector<GigeCamera> cameras;
   socket.Receive(Clock::now() + discoveryTime, [&](const Datagram& answer) {
-    std::optional<GigeCamera> camera = cameraFrom(answer);
+    std::optional<GigeCamera> camera = GigeCameraFrom(answer.bytes);
     const auto port = camera ? portOf(ports, answer.interfaceIndex, camera->network.address) : std::nullopt;
     if (!port) return false;
     camera->port = *port;
@@ -250,38 +190,28 @@ std::optional<GigeCamera> GigeCameraAt(const NetworkPort& port, std::uint32_t ad
                                        std::chrono::milliseconds patience) {
   const UdpSocket socket;
   std::optional<GigeCamera> camera;
-  if (!socket.Send(port, address, command(wantsAnswer, discovery))) return camera;
+  if (!socket.Send(port, address, Command(Code::Discovery, AnswerBy::Unicast, requestId))) return camera;
   socket.Receive(Clock::now() + patience, [&](const Datagram& answer) {
-    camera = cameraFrom(answer);
+    camera = GigeCameraFrom(answer.bytes);
     return camera.has_value();
   });
   if (camera) camera->port = port;
   return camera;
 }
 
+std::string AddressAdvice(const GigeCamera& camera) {
+  const Ipv4Network& here = camera.port.network;
+  return fmt::format("'vireo-cam address {} IP/{}' gives it an address of {}", MacText(camera.mac),
+                     std::popcount(here.mask), here.SubnetText());
+}
+
 std::string ControlText(std::uint32_t address) {
-  const UdpSocket socket;
-  const auto read = [&](std::uint32_t where) -> std::optional<Datagram> {
-    std::optional<Datagram> taken;
-    Bytes payload;
-    put(payload, where, 4);
-    if (!socket.Send({}, address, command(wantsAnswer, readRegister, payload))) return taken;
-    socket.Receive(Clock::now() + answerTime, [&](const Datagram& answer) {
-      if (answer.Answers(readRegister)) taken = answer;
-      return taken.has_value();
-    });
-    return taken;
-  };
-  const auto valueOf = [](const Datagram& answer) {
-    return answer.bytes.size() >= headerSize + 4 ? numberAt(answer.bytes, headerSize, 4) : 0;
-  };
-  const auto privilege = read(controlPrivilege);
-  if (!privilege) return "";
-  // Under exclusive access nobody else may read.
-  if (numberAt(privilege->bytes, 0, 2) != accessDenied && valueOf(*privilege) == 0) return "free";
-  const auto holder = read(primaryApplication);
-  const std::uint32_t application = holder ? valueOf(*holder) : 0;
-  return application == 0 ? "busy" : Ipv4Text(application);
+  GvcpClient camera(address);
+  const GvcpClient::Answer privilege = camera.Read(gvcp::controlPrivilege, answerTime);
+  if (!privilege.answered) return "";
+  if (privilege.status != gvcp::accessDenied && privilege.value.value_or(0) == 0) return "free";
+  const std::uint32_t holder = camera.Read(gvcp::primaryApplication, answerTime).value.value_or(0);
+  return holder == 0 ? "busy" : Ipv4Text(holder);
 }
 
 void ForceAddress(const GigeCamera& camera, const Ipv4Network& network, std::uint32_t gateway) {
@@ -289,14 +219,15 @@ void ForceAddress(const GigeCamera& camera, const Ipv4Network& network, std::uin
   std::copy(camera.mac.begin(), camera.mac.end(), payload.begin() + 2);
   const auto set = [&](std::ptrdiff_t at, std::uint32_t number) {
     Bytes bytes;
-    put(bytes, number, 4);
+    gvcp::Put(bytes, number, 4);
     std::copy(bytes.begin(), bytes.end(), payload.begin() + at);
   };
   set(20, network.address);
   set(36, network.mask);
   set(52, gateway);
   const UdpSocket socket;
-  if (socket.Send(camera.port, INADDR_BROADCAST, command(wantsAnswer | byBroadcastToo, forceIp, payload)))
+  if (socket.Send(camera.port, INADDR_BROADCAST,
+                  Command(Code::ForceIp, AnswerBy::BroadcastToo, requestId, payload)))
     return;
   throw Failure(ExitStatus::Failed, fmt::format("nothing can be sent over {}: {}", camera.port.interface,
                                                 std::generic_category().message(errno)));

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+// GigE Vision cameras as they answer by themselves, without the camera library.
 #pragma once
 
 #include <array>
@@ -8,37 +9,15 @@
 #include <string>
 #include <vector>
 
-namespace vireo::host {
+#include "camera/gvcp.h"
+#include "camera/network_ports.h"
 
-// GigE Vision cameras as they answer by themselves, without the camera library: it does not reach those of
-// another subnet, and cannot give an address. IPv4 addresses are in the host's byte order.
+namespace vireo::host {
 
 using MacAddress = std::array<std::uint8_t, 6>;
 
 /// Such as "00:11:22:aa:bb:cc".
 std::string MacText(const MacAddress& mac);
-
-/// An address with its subnet.
-struct Ipv4Network {
-  std::uint32_t address = 0;
-  std::uint32_t mask = 0;
-
-  bool Contains(std::uint32_t other) const { return ((address ^ other) & mask) == 0; }
-  /// Such as "192.168.0.7/24".
-  std::string Text() const;
-  /// The subnet alone, such as "192.168.0.0/24".
-  std::string SubnetText() const;
-};
-
-/// An interface of this computer; one with several addresses is there several times.
-struct NetworkPort {
-  std::string interface;
-  unsigned index = 0;  ///< the system's number of the interface
-  Ipv4Network network;
-};
-
-/// Those that are up, loopback included.
-std::vector<NetworkPort> NetworkPorts();
 
 /// What a camera says of itself.
 struct GigeCamera {
@@ -58,12 +37,18 @@ struct GigeCamera {
   }
 };
 
+/// What an answer to a discovery says, without the port; none when it is not one.
+std::optional<GigeCamera> GigeCameraFrom(const gvcp::Bytes& answer);
+
 /// Asks on every interface who is there; takes a second.
 std::vector<GigeCamera> FindGigeCameras();
 
 /// Asks the camera at an address who it is. None when nobody answers within `patience`.
 std::optional<GigeCamera> GigeCameraAt(const NetworkPort& port, std::uint32_t address,
                                        std::chrono::milliseconds patience);
+
+/// The command that gives a camera of another subnet an address of its port's.
+std::string AddressAdvice(const GigeCamera& camera);
 
 /// Who controls the camera at an address: "free", a program's IP address, "busy" where the camera does not
 /// say whose it is; empty when it does not answer.

@@ -13,20 +13,16 @@
 #include <system_error>
 
 #include "brio/fnd/record.h"
+#include "camera/gvcp.h"
 #include "camera/program_path.h"
 #include "terminal/failure.h"
+#include "terminal/ipv4.h"
 
 namespace vireo::host {
 namespace {
 
-constexpr guint64 primaryApplicationAddress = 0x0a14;  // register of GigE Vision 2, not of every camera
-
 std::string textOf(const char* text) {
   return text != nullptr ? text : "";
-}
-
-std::string ipv4Text(guint32 address) {
-  return fmt::format("{}.{}.{}.{}", address >> 24, address >> 16 & 0xff, address >> 8 & 0xff, address & 0xff);
 }
 
 std::mutex firstMessageMutex;
@@ -107,8 +103,8 @@ Controller ControllerOf(const std::string& address) {
       ARV_IS_GV_DEVICE(device.get()) && !arv_gv_device_is_controller(ARV_GV_DEVICE(device.get()));
   guint32 holder = 0;
   if (controller.isOther &&
-      arv_device_read_register(device.get(), primaryApplicationAddress, &holder, nullptr) && holder != 0)
-    controller.address = ipv4Text(holder);
+      arv_device_read_register(device.get(), gvcp::primaryApplication, &holder, nullptr) && holder != 0)
+    controller.address = Ipv4Text(holder);
   return controller;
 }
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "evidence/gvcp_client.h"
+#include "camera/gige_cameras.h"
 #include "evidence/interfaces.h"
 #include "evidence/protocol_counters.h"
 #include "evidence/sockets.h"
@@ -20,14 +20,14 @@ enum class LinkKind { Unknown, Gige, Usb, InProcess };
 
 /// How this computer reaches a GigE Vision camera; addresses in the host's byte order.
 struct PathFacts {
-  std::uint32_t address = 0;       ///< the camera's
-  InterfaceState interface;        ///< that the route to it takes; without a name when there is no route
-  bool hasGateway = false;         ///< the route goes through one
-  std::vector<LocalAddress> here;  ///< this computer's
-  bool answers = false;            ///< a register was read
-  bool portClosed = false;         ///< a computer without a camera is there
-  bool asked = false;              ///< whether `discovered` was asked for
-  std::vector<DiscoveredCamera> discovered;
+  std::uint32_t address = 0;      ///< the camera's
+  InterfaceState interface;       ///< that the route to it takes; without a name when there is no route
+  bool hasGateway = false;        ///< the route goes through one
+  std::vector<NetworkPort> here;  ///< this computer's
+  bool answers = false;           ///< a register was read
+  bool portClosed = false;        ///< a computer without a camera is there
+  bool asked = false;             ///< whether `discovered` was asked for
+  std::vector<GigeCamera> discovered;
   std::int64_t reversePathDrops = 0;  ///< while it was asked
 };
 

@@ -69,12 +69,13 @@ std::optional<Verdict> wrongDestination(const Facts& facts) {
   if (!receives(facts) || !facts.LacksFrames() || !facts.reception->during.streamDestination) return {};
   const std::uint32_t destination = *facts.reception->during.streamDestination;
   const auto port = facts.reception->during.streamPort.value_or(0) & 0xffff;
-  const bool isHere = std::any_of(facts.path.here.begin(), facts.path.here.end(),
-                                  [&](const LocalAddress& here) { return here.address == destination; });
+  const bool isHere =
+      std::any_of(facts.path.here.begin(), facts.path.here.end(),
+                  [&](const NetworkPort& here) { return here.network.address == destination; });
   const bool isOurPort = facts.reception->portIsOurs.value_or(true);
   if (destination == 0 || port == 0 || (isHere && isOurPort)) return {};
   std::vector<std::string> addresses;
-  for (const LocalAddress& here : facts.path.here) addresses.push_back(Ipv4Text(here.address));
+  for (const NetworkPort& here : facts.path.here) addresses.push_back(Ipv4Text(here.network.address));
   return Verdict{
       "wrong-destination",
       fmt::format("The camera sends its frames elsewhere, to {}:{}", Ipv4Text(destination), port),

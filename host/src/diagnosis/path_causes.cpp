@@ -14,22 +14,21 @@ bool isSilent(const Facts& facts) {
   return facts.link == LinkKind::Gige && !facts.path.answers;
 }
 
-std::string netText(const LocalAddress& address) {
-  return fmt::format("{} {}/{}", address.interface, Ipv4Text(address.address),
-                     static_cast<int>(__builtin_popcount(address.mask)));
+std::string netText(const NetworkPort& port) {
+  return port.interface + " " + port.network.Text();
 }
 
 // The nets of this computer that an address lies in.
 std::vector<std::string> netsWith(const PathFacts& path, std::uint32_t address) {
   std::vector<std::string> nets;
-  for (const LocalAddress& here : path.here)
-    if (here.Contains(address)) nets.push_back(netText(here));
+  for (const NetworkPort& here : path.here)
+    if (here.network.Contains(address)) nets.push_back(netText(here));
   return nets;
 }
 
-std::string cameraText(const DiscoveredCamera& camera) {
+std::string cameraText(const GigeCamera& camera) {
   return fmt::format("{} {} {} ({}) answers on {} from {}", camera.vendor, camera.model, camera.serial,
-                     camera.mac, camera.interface, Ipv4Text(camera.address));
+                     MacText(camera.mac), camera.port.interface, Ipv4Text(camera.network.address));
 }
 
 std::string routeText(const PathFacts& path) {
@@ -81,21 +80,22 @@ std::optional<Verdict> reversePath(const Facts& facts) {
 std::optional<Verdict> otherSubnet(const Facts& facts) {
   const PathFacts& path = facts.path;
   if (path.answers) return {};
-  for (const DiscoveredCamera& camera : path.discovered) {
+  for (const GigeCamera& camera : path.discovered) {
     const bool isMeant =
-        path.address == 0 || camera.address == path.address || !netsWith(path, path.address).empty();
-    if (!isMeant || !netsWith(path, camera.address).empty()) continue;
+        path.address == 0 || camera.network.address == path.address || !netsWith(path, path.address).empty();
+    if (!isMeant || !netsWith(path, camera.network.address).empty()) continue;
     std::vector<std::string> evidence = {cameraText(camera), "no net of this computer has that address:"};
-    for (const LocalAddress& here : path.here)
-      if (here.interface == camera.interface) evidence.push_back("  " + netText(here));
+    for (const NetworkPort& here : path.here)
+      if (here.index == camera.port.index) evidence.push_back("  " + netText(here));
     if (path.address != 0) evidence.push_back(silenceText(path));
+    const Ipv4Network& there = camera.network;
     const std::uint32_t neighbour =
-        camera.address ^ (camera.address & 0xff) ^ ((camera.address & 0xff) == 1 ? 2 : 1);
-    return unreachable(
-        "other-subnet", "The camera's address is in another subnet than this computer's", std::move(evidence),
-        {fmt::format("add an address of the camera's net: ip address add {}/{} dev {}", Ipv4Text(neighbour),
-                     static_cast<int>(__builtin_popcount(camera.mask)), camera.interface),
-         "or give the camera an address of this computer's net"});
+        there.address ^ (there.address & 0xff) ^ ((there.address & 0xff) == 1 ? 2 : 1);
+    return unreachable("other-subnet", "The camera's address is in another subnet than this computer's",
+                       std::move(evidence),
+                       {AddressAdvice(camera),
+                        fmt::format("or add an address of the camera's subnet: ip address add {} dev {}",
+                                    Ipv4Network{neighbour, there.mask}.Text(), camera.port.interface)});
   }
   return {};
 }
@@ -107,7 +107,7 @@ std::optional<Verdict> twoInterfaces(const Facts& facts) {
   if (nets.size() < 2) return {};
   std::vector<std::string> evidence = {fmt::format("in its net: {}", fmt::join(nets, ", ")), routeText(path),
                                        silenceText(path)};
-  for (const DiscoveredCamera& camera : path.discovered) evidence.push_back(cameraText(camera));
+  for (const GigeCamera& camera : path.discovered) evidence.push_back(cameraText(camera));
   return unreachable(
       "two-interfaces",
       fmt::format("More than one interface leads to {}, and packets take one where it is not",
@@ -125,7 +125,7 @@ std::optional<Verdict> noCamera(const Facts& facts) {
   if (path.address != 0) evidence = {silenceText(path), routeText(path)};
   if (path.asked && path.discovered.empty())
     evidence.emplace_back("no camera answers a broadcast on any interface");
-  for (const DiscoveredCamera& camera : path.discovered) evidence.push_back(cameraText(camera));
+  for (const GigeCamera& camera : path.discovered) evidence.push_back(cameraText(camera));
   if (nobody) evidence.emplace_back("no USB3 Vision camera is plugged in");
   const std::string where = path.address != 0 ? " at " + Ipv4Text(path.address) : "";
   return unreachable("no-camera", fmt::format("No camera answers{}", where), std::move(evidence),

@@ -20,7 +20,6 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds registerPatience(1500);
-constexpr milliseconds discoveryPatience(1000);
 constexpr milliseconds afterHeartbeat(700);  // until the camera has noticed that its controller is gone
 
 std::optional<std::uint32_t> addressOfHost(const std::string& name) {
@@ -63,8 +62,9 @@ void findTarget(const CameraOptions& options, Facts& facts) {
 }
 
 void findPath(const SystemFiles& files, PathFacts& path) {
-  const auto own = std::find_if(path.here.begin(), path.here.end(), [&](const LocalAddress& here) {
-    return here.address == path.address || (here.address >> 24 == 127 && path.address >> 24 == 127);
+  const auto own = std::find_if(path.here.begin(), path.here.end(), [&](const NetworkPort& here) {
+    const std::uint32_t address = here.network.address;
+    return address == path.address || (address >> 24 == 127 && path.address >> 24 == 127);
   });
   if (own != path.here.end()) {
     path.interface = StateOf(files, "lo");
@@ -129,7 +129,7 @@ CameraRegisters ReadRegisters(GvcpClient& camera, milliseconds patience, AnswerT
 
 Facts Survey(const CameraOptions& options, const SystemFiles& files) {
   Facts facts;
-  facts.path.here = LocalAddresses();
+  facts.path.here = NetworkPorts();
   facts.buffers = BufferLimitsOf(files);
   facts.usbCameras = UsbCameras(files);
   facts.usbMemoryMegabytes = UsbMemoryMegabytes(files);
@@ -142,7 +142,7 @@ Facts Survey(const CameraOptions& options, const SystemFiles& files) {
   const bool isMissing = facts.link == LinkKind::Gige ? !facts.path.answers : facts.link == LinkKind::Unknown;
   if (isMissing) {
     facts.path.asked = true;
-    facts.path.discovered = DiscoverCameras(facts.path.here, discoveryPatience);
+    facts.path.discovered = FindGigeCameras();
   }
   facts.path.reversePathDrops = ProtocolCountersNow(files).reversePathDrops - dropsBefore;
   if (facts.path.answers) facts.isBusy = isControlled(facts);

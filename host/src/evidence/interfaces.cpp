@@ -2,37 +2,11 @@
 #include "evidence/interfaces.h"
 
 #include <fmt/format.h>
-#include <ifaddrs.h>
-#include <net/if.h>
-#include <netinet/in.h>
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 namespace vireo::host {
-namespace {
-
-std::uint32_t ipv4In(const sockaddr* address) {
-  sockaddr_in internet{};
-  if (address != nullptr) std::memcpy(&internet, address, sizeof internet);
-  return ntohl(internet.sin_addr.s_addr);
-}
-
-}  // namespace
-
-std::vector<LocalAddress> LocalAddresses() {
-  std::vector<LocalAddress> addresses;
-  ifaddrs* list = nullptr;
-  if (getifaddrs(&list) != 0) return addresses;
-  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
-    const bool isInternet = entry->ifa_addr != nullptr && entry->ifa_addr->sa_family == AF_INET;
-    if (isInternet && (entry->ifa_flags & IFF_UP) != 0)
-      addresses.push_back({entry->ifa_name, ipv4In(entry->ifa_addr), ipv4In(entry->ifa_netmask)});
-  }
-  freeifaddrs(list);
-  return addresses;
-}
 
 InterfaceState StateOf(const SystemFiles& files, const std::string& name) {
   const std::string folder = "sys/class/net/" + name;

@@ -4,23 +4,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "evidence/system_files.h"
 
 namespace vireo::host {
-
-/// An IPv4 address of this computer; in the host's byte order, as the mask.
-struct LocalAddress {
-  std::string interface;
-  std::uint32_t address = 0;
-  std::uint32_t mask = 0;
-
-  bool Contains(std::uint32_t other) const { return ((address ^ other) & mask) == 0; }
-};
-
-/// Those of interfaces that are up.
-std::vector<LocalAddress> LocalAddresses();
 
 /// What an interface says of itself; none where it does not, as the loopback one does of its speed.
 struct InterfaceState {

@@ -4,6 +4,8 @@
 #include <arpa/inet.h>
 #include <fmt/format.h>
 
+#include <bit>
+
 namespace vireo::host {
 
 std::string Ipv4Text(std::uint32_t address) {
@@ -14,6 +16,14 @@ std::optional<std::uint32_t> Ipv4From(const std::string& text) {
   in_addr address{};
   if (inet_pton(AF_INET, text.c_str(), &address) != 1) return std::nullopt;
   return ntohl(address.s_addr);
+}
+
+std::string Ipv4Network::Text() const {
+  return fmt::format("{}/{}", Ipv4Text(address), std::popcount(mask));
+}
+
+std::string Ipv4Network::SubnetText() const {
+  return Ipv4Network{address & mask, mask}.Text();
 }
 
 }  // namespace vireo::host

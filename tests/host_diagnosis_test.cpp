@@ -102,7 +102,7 @@ Facts healthyFacts() {
   facts.settings.frameRateName = "AcquisitionFrameRate";
   facts.settings.payloadBytes = 262144;
   facts.reception.emplace();
-  facts.reception->seconds = 2.0;
+  facts.reception->seconds = facts.reception->countedSeconds = 2.0;
   facts.reception->frames = 50;
   facts.reception->rate = 25.0;
   facts.reception->interface = {9100, 13'500'000, 0, 0, 30};

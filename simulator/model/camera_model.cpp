@@ -39,6 +39,8 @@ constexpr Bounds bounds[] = {
     {reg::gainAuto, 1, 1, 3},
     {reg::exposureTime, 10000, 10, 10000000},
     {reg::framePeriod, 40000, 0, 10000000},
+    {reg::throughputLimitMode, 0, 0, 1},
+    {reg::throughputLimit, 125'000'000, 100'000, 125'000'000},
     {reg::acquisitionMode, 1, 1, multiFrame},
     {reg::acquisitionFrameCount, 1, 1, 65535},
 };
@@ -148,12 +150,18 @@ void CameraModel::fireSoftwareTrigger() {
   }
 }
 
+/// The time that a frame takes under the throughput limit.
+microseconds CameraModel::sendingTime() const {
+  if (get(reg::throughputLimitMode) == 0) return microseconds(0);
+  return microseconds(1'000'000 * pictureSettings().ImageSize() / std::max(get(reg::throughputLimit), 1u));
+}
+
 /// Nothing when no frame comes by itself.
 std::optional<Clock::time_point> CameraModel::nextDue() const {
   if (!isAcquiring_ || isWaitingForStart_) return {};
   const microseconds exposure(get(reg::exposureTime));
   if (hasTrigger(0)) return triggered_ ? std::optional(*triggered_ + exposure) : std::nullopt;
-  return lastFrame_ + std::max(microseconds(get(reg::framePeriod)), exposure);
+  return lastFrame_ + std::max({microseconds(get(reg::framePeriod)), exposure, sendingTime()});
 }
 
 void CameraModel::take(Clock::time_point due) {

@@ -92,6 +92,7 @@ class CameraModel {
   void startAcquisition();
   void fireSoftwareTrigger();
   bool hasTrigger(std::uint64_t trigger) const;
+  std::chrono::microseconds sendingTime() const;
   std::optional<Clock::time_point> nextDue() const;
   void take(Clock::time_point due);
   PictureSettings pictureSettings() const;

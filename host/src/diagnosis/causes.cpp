@@ -3,6 +3,8 @@
 
 #include <fmt/format.h>
 
+#include "terminal/text.h"
+
 namespace vireo::host {
 namespace {
 
@@ -14,6 +16,12 @@ std::vector<Cause> streamCauses() {
 }
 
 }  // namespace
+
+std::string CameText(const Reception& reception) {
+  return fmt::format("{}, {} bad{}, {} lost in {:.1f} s", Counted(reception.frames, "frame"), reception.bad,
+                     reception.badKinds.empty() ? "" : fmt::format(" ({})", reception.badKinds),
+                     reception.lost, reception.seconds);
+}
 
 std::string CommandText(const Facts& facts, const std::string& arguments) {
   return fmt::format("vireo-cam {}{}", facts.option, arguments);

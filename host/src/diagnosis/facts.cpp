@@ -50,7 +50,7 @@ bool Facts::LacksFrames() const {
 }
 
 double Facts::ExpectedPackets() const {
-  const double seconds = reception ? reception->seconds : 0.0;
+  const double seconds = reception ? reception->countedSeconds : 0.0;
   return std::max(AskedRate() * seconds, 1.0) * PacketsOfFrame();
 }
 
@@ -58,9 +58,15 @@ double Facts::Requests() const {
   if (!reception || path.interface.name == "lo") return 0.0;
   const AnswerTimes& times = reception->answers;
   const double commands =
-      static_cast<double>(times.milliseconds.size()) + times.unanswered + reception->seconds + 1;
+      static_cast<double>(times.milliseconds.size()) + times.unanswered + reception->countedSeconds + 1;
   const std::int64_t sent = std::min(reception->protocols.datagramsSent, reception->interface.sentPackets);
   return std::max(static_cast<double>(sent) - commands, 0.0);
+}
+
+bool Facts::MuchWasAskedAgain() const {
+  constexpr double least = 20;
+  constexpr double share = 0.01;  // of the packets that should have come
+  return Requests() >= std::max(least, share * ExpectedPackets());
 }
 
 }  // namespace vireo::host

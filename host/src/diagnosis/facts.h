@@ -75,11 +75,12 @@ struct CameraSettings {
 
 /// What came in the time of measuring, and what the system counted meanwhile.
 struct Reception {
-  double seconds = 0.0;  ///< from a moment behind the start on, as the counters
+  double seconds = 0.0;         ///< from the start on, in which the frames came
+  double countedSeconds = 0.0;  ///< a little less: of what the system counted
   std::uint64_t frames = 0;
   std::uint64_t bad = 0;  ///< came damaged or truncated
   std::string badKinds;
-  std::uint64_t refused = 0;  ///< too large, or of a payload that the library does not take
+  std::uint64_t refused = 0;  ///< too large, too small for what they say, or of a payload that is not taken
   std::uint64_t lost = 0;     ///< ids missing between frames
   double rate = 0.0;          ///< frames a second, from the first to the last
   bool linkLost = false;
@@ -123,6 +124,8 @@ struct Facts {
   /// Datagrams that went out over the camera's interface besides commands: requests for lost packets. 0 for
   /// an interface that sends to itself, which cannot tell them from the stream.
   double Requests() const;
+  /// So many requests that packets are lost, though frames may be whole by them.
+  bool MuchWasAskedAgain() const;
 };
 
 }  // namespace vireo::host

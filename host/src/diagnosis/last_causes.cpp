@@ -10,19 +10,11 @@
 namespace vireo::host {
 namespace {
 
-constexpr double leastRequests = 20;
-constexpr double requestShare = 0.01;  // of the packets that should have come
-
-std::string cameText(const Reception& reception) {
-  return fmt::format("{}, {} bad, {} lost in {:.1f} s", Counted(reception.frames, "frame"), reception.bad,
-                     reception.lost, reception.seconds);
-}
-
 std::optional<Verdict> failure(const Facts& facts) {
   if (!facts.reception || facts.reception->failure.empty()) return {};
   return Verdict{"failed",
                  "Receiving failed",
-                 {facts.reception->failure, cameText(*facts.reception)},
+                 {facts.reception->failure, CameText(*facts.reception)},
                  {CommandText(facts, "--log debug watch --seconds 3") + " shows what led to it"}};
 }
 
@@ -35,7 +27,7 @@ std::optional<Verdict> nothingSent(const Facts& facts) {
       "no-frames",
       reception.frames == 0 ? "The camera was started, and no packet of a frame comes"
                             : "Far fewer frames come than the settings ask for, and none is damaged",
-      {cameText(reception),
+      {CameText(reception),
        "no trigger is on, and the mode is " +
            (facts.settings.acquisitionMode.empty() ? "not known" : facts.settings.acquisitionMode)},
       {"check the sensor's power and settings: " + CommandText(facts, "list Acquisition")}};
@@ -50,22 +42,28 @@ std::optional<Verdict> nothingSent(const Facts& facts) {
   return verdict;
 }
 
+// What this computer dropped itself: too little to be the cause.
+std::string droppedHere(const Facts& facts) {
+  const std::int64_t socket = facts.reception->socketDrops;
+  const std::int64_t interface = facts.reception->interface.dropped + facts.reception->interface.errors;
+  if (socket + interface == 0)
+    return fmt::format("neither a buffer nor a filter nor {} dropped any", facts.path.interface.name);
+  return fmt::format("the socket's buffer dropped only {} of them, {} only {}", socket,
+                     facts.path.interface.name, interface);
+}
+
 std::optional<Verdict> networkLoss(const Facts& facts) {
   if (!facts.reception || facts.link != LinkKind::Gige || facts.reception->Came() == 0) return {};
   const Reception& reception = *facts.reception;
   const bool isHealed = !facts.LacksFrames();
   const double asked = facts.Requests();
-  if (isHealed && asked < std::max(leastRequests, requestShare * facts.ExpectedPackets())) return {};
-  Verdict verdict{
-      "network-loss",
-      isHealed ? "Packets are lost before this computer; asking for them again brought them all"
-               : "Packets are lost before this computer",
-      {cameText(reception) + (reception.badKinds.empty() ? "" : ": " + reception.badKinds),
-       reception.socketDrops > 0
-           ? fmt::format("the socket's buffer dropped {} of them alone", reception.socketDrops)
-           : fmt::format("neither a buffer nor a filter nor {} dropped any", facts.path.interface.name)},
-      {"check cables and plugs, switches (flow control, energy saving) and what else uses them",
-       "let the camera send more evenly: a packet delay, GevSCPD"}};
+  if (isHealed && !facts.MuchWasAskedAgain()) return {};
+  Verdict verdict{"network-loss",
+                  isHealed ? "Packets are lost before this computer; asking for them again brought them all"
+                           : "Packets are lost before this computer",
+                  {CameText(reception), droppedHere(facts)},
+                  {"check cables and plugs, switches (flow control, energy saving) and what else uses them",
+                   "let the camera send more evenly: a packet delay, GevSCPD"}};
   if (reception.packetSocket)
     verdict.evidence.back() += "; the drops of the library's packet socket are not listed";
   const bool canResend = (facts.registers.capability.value_or(0) & gvcp::canResend) != 0;
@@ -82,8 +80,7 @@ std::optional<Verdict> damaged(const Facts& facts) {
     return {};
   return Verdict{"lost-frames",
                  "Frames come damaged, or not at all",
-                 {cameText(*facts.reception) +
-                  (facts.reception->badKinds.empty() ? "" : ": " + facts.reception->badKinds)},
+                 {CameText(*facts.reception)},
                  {"end what else keeps the processor or the bus busy, and try another port and cable"}};
 }
 

@@ -20,18 +20,12 @@ constexpr double fewBytes = 0.1;        // share of the stream's bytes: only lea
 constexpr double fewDrops =
     0.25;  // of the packets that were asked for again: most were lost before the socket
 
-std::string lossText(const Reception& reception) {
-  return fmt::format("{}, {} bad{}{}, {} lost in {:.1f} s", Counted(reception.frames, "frame"), reception.bad,
-                     reception.badKinds.empty() ? "" : ": ", reception.badKinds, reception.lost,
-                     reception.seconds);
-}
-
 std::string arrivalText(const Facts& facts) {
   return fmt::format("{} took {} and {:.2f} MB in {:.1f} s; the stream is {:.0f} packets and {:.2f} MB",
                      facts.path.interface.name, Counted(facts.reception->interface.packets, "packet"),
-                     static_cast<double>(facts.reception->interface.bytes) / 1e6, facts.reception->seconds,
-                     facts.ExpectedPackets(),
-                     facts.AskedRate() * facts.reception->seconds * facts.WireBytesOfFrame() / 1e6);
+                     static_cast<double>(facts.reception->interface.bytes) / 1e6,
+                     facts.reception->countedSeconds, facts.ExpectedPackets(),
+                     facts.AskedRate() * facts.reception->countedSeconds * facts.WireBytesOfFrame() / 1e6);
 }
 
 bool receives(const Facts& facts) {
@@ -60,9 +54,19 @@ std::optional<Verdict> linkLost(const Facts& facts) {
   return Verdict{
       "link-lost",
       "The link to the camera was lost while receiving",
-      {facts.reception->failure, lossText(*facts.reception)},
+      {facts.reception->failure, CameText(*facts.reception)},
       {"check cable, plug and power of the camera; a camera that starts anew is back after a while"},
       ExitStatus::LinkLost};
+}
+
+std::optional<Verdict> refusedFrames(const Facts& facts) {
+  if (!facts.reception || facts.reception->refused <= facts.reception->frames) return {};
+  return Verdict{"refused-frames",
+                 "Frames come, and are refused: their size or payload is not what the camera announced",
+                 {fmt::format("{} refused, {}", facts.reception->refused, CameText(*facts.reception)),
+                  fmt::format("PayloadSize is {:.0f} bytes", facts.settings.payloadBytes.value_or(0.0))},
+                 {"turn off what adds to the picture: " + CommandText(facts, "set ChunkModeActive=false"),
+                  "start again after a change of Width, Height or PixelFormat"}};
 }
 
 std::optional<Verdict> wrongDestination(const Facts& facts) {
@@ -82,7 +86,7 @@ std::optional<Verdict> wrongDestination(const Facts& facts) {
       {fmt::format("stream destination register {}, port register {}", Ipv4Text(destination), port),
        isHere ? "no socket of this program has that port"
               : fmt::format("this computer is {}", fmt::join(addresses, ", ")),
-       lossText(*facts.reception)},
+       CameText(*facts.reception)},
       {"end what else writes to the camera, then start again: a start sets both registers"}};
 }
 
@@ -101,7 +105,7 @@ std::optional<Verdict> packetSize(const Facts& facts) {
   // Where many packets are lost, the test packets may have been among them.
   const bool isQuiet = reception.frames >= 4 * (reception.bad + reception.lost);
   const bool isLowered = during < before && (isAboveMtu || isQuiet);
-  const double expectedBytes = facts.AskedRate() * reception.seconds * facts.WireBytesOfFrame();
+  const double expectedBytes = facts.AskedRate() * reception.countedSeconds * facts.WireBytesOfFrame();
   const bool onlySmallCome = reception.frames == 0 && reception.bad > 0 &&
                              static_cast<double>(reception.interface.bytes) < fewBytes * expectedBytes;
   const double fragments = static_cast<double>(reception.protocols.fragments);
@@ -127,7 +131,7 @@ std::optional<Verdict> packetSize(const Facts& facts) {
     verdict.evidence.push_back(
         fmt::format("{:.0f} fragments of packets arrived: they were cut on the way", fragments));
   verdict.evidence.push_back(arrivalText(facts));
-  verdict.evidence.push_back(lossText(reception));
+  verdict.evidence.push_back(CameText(reception));
   return verdict;
 }
 
@@ -141,7 +145,7 @@ std::optional<Verdict> reversePath(const Facts& facts) {
       "interface",
       {fmt::format("TcpExt IPReversePathFilter counted {:.0f} packets; rp_filter of {} is {}", dropped,
                    facts.path.interface.name, facts.path.interface.reversePathFilter),
-       arrivalText(facts), lossText(*facts.reception)},
+       arrivalText(facts), CameText(*facts.reception)},
       {fmt::format("sysctl net.ipv4.conf.all.rp_filter=0 net.ipv4.conf.{}.rp_filter=0",
                    facts.path.interface.name),
        "or find out why the camera's packets come from another address than its answers"}};
@@ -160,7 +164,7 @@ std::optional<Verdict> firewall(const Facts& facts) {
       "The stream reaches this computer, and a firewall drops it",
       {fmt::format("IP took {} and delivered {}: {:.0f} were dropped between the two, where filters stand",
                    Counted(counted.ipReceived, "packet"), counted.ipDelivered, filtered),
-       arrivalText(facts), lossText(reception)},
+       arrivalText(facts), CameText(reception)},
       {fmt::format("let UDP from the camera in: nft insert rule inet filter input ip saddr {} udp sport != "
                    "3956 accept",
                    Ipv4Text(facts.path.address)),
@@ -181,7 +185,7 @@ std::optional<Verdict> socketOverflow(const Facts& facts) {
            "{:.0f} packets found the buffer of {} KiB full (net.core.rmem_default {} KiB, rmem_max {} KiB)",
            dropped, reception.socketBuffer / 1024, facts.buffers.initial / 1024, facts.buffers.most / 1024),
        fmt::format("a frame is {:.0f} KiB", facts.settings.payloadBytes.value_or(0.0) / 1024),
-       lossText(reception)},
+       CameText(reception)},
       {"give sockets more room: sysctl net.core.rmem_max=33554432 net.core.rmem_default=33554432",
        "let the camera send more evenly (a packet delay, GevSCPD) or less, and end what else keeps the "
        "processor "
@@ -189,15 +193,16 @@ std::optional<Verdict> socketOverflow(const Facts& facts) {
 }
 
 std::optional<Verdict> interfaceDrops(const Facts& facts) {
-  if (!receives(facts)) return {};
+  if (!receives(facts) || (!facts.LacksFrames() && !facts.MuchWasAskedAgain())) return {};
   const InterfaceCounters& counted = facts.reception->interface;
   const auto dropped = static_cast<double>(counted.dropped + counted.errors);
-  if (!facts.LacksFrames() || dropped < std::max(1.0, dropShare * facts.ExpectedPackets())) return {};
+  if (dropped < std::max({1.0, dropShare * facts.ExpectedPackets(), fewDrops * facts.Requests()})) return {};
   return Verdict{
       "interface-drops",
-      fmt::format("The interface {} loses packets", facts.path.interface.name),
+      fmt::format("The interface {} loses packets{}", facts.path.interface.name,
+                  facts.LacksFrames() ? "" : "; asking for them again brought them all"),
       {fmt::format("{} dropped, {} with errors, {} taken", counted.dropped, counted.errors, counted.packets),
-       lossText(*facts.reception)},
+       CameText(*facts.reception)},
       {fmt::format("errors: change cable and port; drops: give the card longer queues: ethtool -G {} rx 4096",
                    facts.path.interface.name)}};
 }
@@ -243,7 +248,7 @@ std::optional<Verdict> bandwidth(const Facts& facts) {
     evidence.push_back(fmt::format("what came fills a link of {:.0f} Mb/s", filled));
   }
   if (carried == 0.0 || !isShort) return {};
-  evidence.push_back(fmt::format("{}, {:.3g} frames/s", lossText(reception), reception.rate));
+  evidence.push_back(fmt::format("{}, {:.3g} frames/s", CameText(reception), reception.rate));
   const double rate = 0.9 * carried / facts.WireBytesOfFrame();
   Verdict verdict{"bandwidth",
                   "The settings ask for more frames than the link carries",
@@ -285,21 +290,11 @@ std::optional<Verdict> lateAnswers(const Facts& facts) {
   return verdict;
 }
 
-std::optional<Verdict> refusedFrames(const Facts& facts) {
-  if (!facts.reception || facts.reception->refused <= facts.reception->frames) return {};
-  return Verdict{"refused-frames",
-                 "Frames come, and are refused: their size or payload is not what the camera announced",
-                 {fmt::format("{} refused, {}", facts.reception->refused, lossText(*facts.reception)),
-                  fmt::format("PayloadSize is {:.0f} bytes", facts.settings.payloadBytes.value_or(0.0))},
-                 {"turn off what adds to the picture: " + CommandText(facts, "set ChunkModeActive=false"),
-                  "start again after a change of Width, Height or PixelFormat"}};
-}
-
 }  // namespace
 
 std::vector<Cause> PacketCauses() {
-  return {heartbeat,      linkLost,       wrongDestination, packetSize,  reversePath,  firewall,
-          socketOverflow, interfaceDrops, bandwidth,        lateAnswers, refusedFrames};
+  return {heartbeat, linkLost,       refusedFrames,  wrongDestination, packetSize, reversePath,
+          firewall,  socketOverflow, interfaceDrops, bandwidth,        lateAnswers};
 }
 
 }  // namespace vireo::host

@@ -146,7 +146,9 @@ void writeStatistics(const StreamStatistics& statistics, Reception& reception) {
   reception.frames = statistics.Frames();
   reception.bad = statistics.Bad();
   reception.badKinds = badKinds(statistics);
-  reception.refused = faults.oversized + faults.byStatus[payloadNotSupported] + faults.byStatus[sizeMismatch];
+  // The library gives a truncated frame for a whole one: no packet of it was lost.
+  reception.refused = faults.oversized + faults.byStatus[payloadNotSupported] +
+                      faults.byStatus[sizeMismatch] + statistics.Truncated();
   // Incomplete frames leave gaps in the ids as well; here they count once.
   reception.lost = statistics.Lost() > reception.bad ? statistics.Lost() - reception.bad : 0;
   reception.rate = statistics.FrameRate();
@@ -162,7 +164,13 @@ Reception Receive(Camera& camera, const Facts& facts, const SystemFiles& files, 
   // that the start writes.
   StreamOptions options;
   options.patience = 0.0;
-  options.enough = [&] { return counters.Seconds() >= seconds; };
+  std::optional<Clock::time_point> started;
+  options.enough = [&] {
+    const Clock::time_point now = Clock::now();
+    if (!started) started = now;
+    reception.seconds = std::chrono::duration<double>(now - *started).count();
+    return counters.Seconds() >= seconds;
+  };
   FrameStream stream(camera, options);
   stream.OnProgress([&](const FrameStream&) {
     counters.Look();
@@ -175,7 +183,7 @@ Reception Receive(Camera& camera, const Facts& facts, const SystemFiles& files, 
     reception.linkLost = failure.status == ExitStatus::LinkLost;
     reception.failure = failure.what();
   }
-  reception.seconds = counters.Seconds();
+  reception.countedSeconds = counters.Seconds();
   if (registers) {
     registers->End();
     reception.during = registers->Registers();

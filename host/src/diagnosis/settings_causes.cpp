@@ -11,15 +11,10 @@ namespace {
 
 constexpr double muchSlower = 0.9;  // of the rate that is set; less is not chance
 
-std::string cameText(const Reception& reception) {
-  return fmt::format("{} and {} in {:.1f} s", Counted(reception.frames, "frame"),
-                     Counted(reception.bad, "bad one"), reception.seconds);
-}
-
 // Whether the stream's packets reach the interface: frames that are not taken there come from elsewhere.
 bool streamArrives(const Facts& facts) {
   const Reception& reception = *facts.reception;
-  const double frames = std::max(0.3 * facts.AskedRate() * reception.seconds, 1.0);
+  const double frames = std::max(0.3 * facts.AskedRate() * reception.countedSeconds, 1.0);
   return facts.link == LinkKind::Gige && facts.WireBytesOfFrame() > 0.0 &&
          static_cast<double>(reception.interface.bytes) > frames * facts.WireBytesOfFrame();
 }
@@ -43,7 +38,7 @@ std::optional<Verdict> trigger(const Facts& facts) {
     verdict.remedies.push_back({"TriggerMode", "Off", selected});
     isSoftware = isSoftware || trigger.source == "Software";
   }
-  verdict.evidence.push_back(cameText(*facts.reception));
+  verdict.evidence.push_back(CameText(*facts.reception));
   verdict.todo.push_back(isSoftware ? "or fire it: " + CommandText(facts, "run TriggerSoftware")
                                     : "or check that the signal reaches that input");
   return verdict;
@@ -54,7 +49,7 @@ std::optional<Verdict> singleFrame(const Facts& facts) {
     return {};
   return Verdict{"single-frame",
                  "The camera takes one frame and stops",
-                 {"AcquisitionMode is SingleFrame", cameText(*facts.reception)},
+                 {"AcquisitionMode is SingleFrame", CameText(*facts.reception)},
                  {CommandText(facts, "set AcquisitionMode=Continuous")}};
 }
 
@@ -70,7 +65,7 @@ std::optional<Verdict> frameCount(const Facts& facts) {
   return Verdict{"frame-count",
                  fmt::format("The camera stops after {}", Counted(count, "frame")),
                  {fmt::format("AcquisitionMode is MultiFrame, AcquisitionFrameCount is {}", count),
-                  fmt::format("{}, {:.0f} at the rate that is set", cameText(reception), wanted)},
+                  fmt::format("{}, {:.0f} at the rate that is set", CameText(reception), wanted)},
                  {CommandText(facts, "set AcquisitionMode=Continuous")}};
 }
 
@@ -86,7 +81,7 @@ std::optional<Verdict> exposure(const Facts& facts) {
                   "The exposure takes longer than a frame's time, and decides the rate",
                   {fmt::format("{} is {:.0f} us, which allows {:.3g} frames/s", settings.exposureName,
                                time * 1e6, 1.0 / time),
-                   fmt::format("{}, {:.3g} frames/s", cameText(reception), reception.rate)},
+                   fmt::format("{}, {:.3g} frames/s", CameText(reception), reception.rate)},
                   {CommandText(facts, fmt::format("set {}={:.0f}", settings.exposureName, longest * 0.9e6))}};
   if (settings.frameRate)
     verdict.evidence.insert(verdict.evidence.begin() + 1,
@@ -104,7 +99,7 @@ std::optional<Verdict> frameRate(const Facts& facts) {
   return Verdict{"frame-rate",
                  fmt::format("The frame rate is set to {:.3g}/s", rate),
                  {fmt::format("{} is {:.3g}: {}", facts.settings.frameRateName, rate, period),
-                  cameText(*facts.reception)},
+                  CameText(*facts.reception)},
                  {CommandText(facts, fmt::format("set {}=10", facts.settings.frameRateName))}};
 }
 
@@ -121,7 +116,7 @@ std::optional<Verdict> throughputLimit(const Facts& facts) {
                  {fmt::format("DeviceLinkThroughputLimit is {:.1f} MB/s", *settings.throughputLimit / 1e6),
                   fmt::format("{:.3g} frames/s of {:.0f} bytes need {:.1f} MB/s", facts.AskedRate(),
                               *settings.payloadBytes, asked / 1e6),
-                  fmt::format("{}, {:.3g} frames/s", cameText(*facts.reception), facts.reception->rate)},
+                  fmt::format("{}, {:.3g} frames/s", CameText(*facts.reception), facts.reception->rate)},
                  {CommandText(facts, fmt::format("set {}={}", remedy.name, remedy.value))},
                  ExitStatus::Incomplete,
                  {remedy}};

@@ -2,9 +2,11 @@
 // What cameras and networks do: unplugged, control taken away, packets lost, settings changed from outside.
 // On a GigE Vision camera on the loopback address.
 #include <gmock/gmock.h>
+#include <signal.h>
 
 #include <algorithm>
 #include <array>
+#include <thread>
 
 #include "simulator/model/registers.h"
 #include "support/network_camera.h"
@@ -89,6 +91,23 @@ class CameraFaults : public Test {
 };
 
 }  // namespace
+
+// A start waits for test packets; the library took a wait that a signal ended for one that came.
+TEST_F(CameraFaults, SignalsDoNotHoldUpAStart) {
+  vireo::simulator::GigeOptions options;
+  options.mtu = 1000;
+  plugIn(options);
+  adapter->Connect();
+  struct sigaction ignore {};
+  ignore.sa_handler = [](int) {};
+  sigaction(SIGUSR1, &ignore, nullptr);
+  std::jthread disturber([starter = pthread_self()](const std::stop_token& stop) {
+    for (; !stop.stop_requested(); std::this_thread::sleep_for(milliseconds(1)))
+      pthread_kill(starter, SIGUSR1);
+  });
+  took("StartAcquisition", [&] { adapter->StartAcquisition({}); });
+  EXPECT_LT(longest["StartAcquisition"], seconds(5));
+}
 
 TEST_F(CameraFaults, UnpluggedWhileAcquiring) {
   repeatWithoutGrowth(rounds(3, 20), [&](int round) {

@@ -158,6 +158,12 @@ TEST(Diagnosis, AccusesNobodyOfWhatDoesNoHarm) {
          facts.reception->socketDrops = 9000;
          facts.reception->protocols.ipDelivered = 100;
        }},
+      {"", [](Facts& facts) { facts.reception->protocols.ipReceived += 500; }},  // of another interface
+      {"",                                                                       // what other programs send
+       [](Facts& facts) {
+         facts.reception->protocols.datagramsSent = facts.reception->interface.sentPackets = 400;
+         facts.reception->othersRequests = 180;
+       }},
   });
 }
 
@@ -205,6 +211,31 @@ TEST(Diagnosis, TellsWhereFramesStay) {
        }},
       {"wrong-destination", [](Facts& facts) { silence(facts), facts.reception->portIsOurs = false; }},
       {"link-lost", [](Facts& facts) { silence(facts), facts.reception->linkLost = true; }},
+      {"link-lost",
+       [](Facts& facts) { facts.reception->frames = 20, facts.reception->answersAfter = false; }},
+      {"failed",
+       [](Facts& facts) {
+         silence(facts), facts.reception->seconds = 0, facts.reception->failure = "no stream";
+       }},
+      {"firewall",  // before IP
+       [](Facts& facts) {
+         facts.reception->frames = 0;
+         facts.reception->protocols.ipReceived = facts.reception->protocols.ipDelivered = 40;
+       }},
+      {"interface-drops",  // healed
+       [](Facts& facts) {
+         facts.reception->interface.dropped = 300;
+         facts.reception->protocols.datagramsSent = facts.reception->interface.sentPackets = 400;
+       }},
+      {"empty-packets",
+       [](Facts& facts) {
+         facts.reception->frames = 0, facts.reception->bad = 50, facts.reception->interface.bytes = 700'000;
+       }},
+      {"no-frames", [](Facts& facts) { facts.reception->frames = 20; }},  // none lost, none damaged
+      {"network-loss",  // whose good frames happen to have the rate of a slower link
+       [](Facts& facts) {
+         facts.reception->bad = 30, facts.reception->frames = 9, facts.reception->rate = 4.4;
+       }},
   });
 }
 

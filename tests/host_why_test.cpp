@@ -27,7 +27,7 @@ TEST(Why, NamesTheCauseItsEvidenceAndWhatToDo) {
        "TriggerSelector=AcquisitionStart TriggerMode=On TriggerSource=Software TriggerSelector=FrameStart", 5,
        "^1. The camera waits for a trigger .trigger.\n"
        "   TriggerMode.TriggerSelector=AcquisitionStart. is On, TriggerSource is Software\n"
-       "   0 frames and 0 bad ones in 1.[0-9] s\n"
+       "   0 frames, 0 bad, 0 lost in 1.[0-9] s\n"
        "   -> to let it run freely: vireo-cam -a 127.0.0.1 set TriggerSelector=AcquisitionStart "
        "TriggerMode=Off\n"
        "   -> or fire it: vireo-cam -a 127.0.0.1 run TriggerSoftware\n$"},
@@ -37,6 +37,8 @@ TEST(Why, NamesTheCauseItsEvidenceAndWhatToDo) {
        "Packets of 8000 bytes are larger .*.packet-size.\n"},
       {"--rate 10 --faults 'packet 2% lost; resend 1- lost'", "", 5,
        "lost before this computer .network-loss.\n"},
+      {"--rate 20", "DeviceLinkThroughputLimitMode=On DeviceLinkThroughputLimit=1000000", 5,
+       "-> vireo-cam -a 127.0.0.1 set DeviceLinkThroughputLimitMode=Off\n"},
   };
   for (const auto& row : rows) {
     const SimulatedNetworkCamera camera(row.camera);
@@ -77,6 +79,21 @@ TEST(Why, DoesNotWaitForACameraThatAnswersLate) {
   EXPECT_THAT(late.out, ContainsRegex("answers late, after 3[0-9]+ ms"));
 }
 
+TEST(Why, TellsAnInterruptAndLeavesThePacketSize) {
+  const SimulatedNetworkCamera camera("--rate 10 --mtu 2000");
+  ASSERT_EQ(run(network + "set GevSCPSPacketSize=8000").status, 0);
+  Program why(network + "why --seconds 10");
+  waitUntil("another packet size", [] {
+    const std::string size = run(network + "get GevSCPSPacketSize").out;
+    return size.starts_with("Gev") && size != "GevSCPSPacketSize=8000\n";
+  });
+  why.Signal(SIGINT);
+  const auto result = why.Wait();
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "vireo-cam: interrupted before there was an answer\n");
+  EXPECT_EQ(run(network + "get GevSCPSPacketSize").out, "GevSCPSPacketSize=8000\n");
+}
+
 TEST(Why, FixesWhatIsSafe) {
   const SimulatedNetworkCamera camera("--rate 10 --mtu 2000");
   ASSERT_EQ(run(network + "set TriggerMode=On GevSCPSPacketSize=8000").status, 0);
@@ -86,6 +103,12 @@ TEST(Why, FixesWhatIsSafe) {
   EXPECT_THAT(result.out, ContainsRegex("\nafter that:\nhealthy: "));
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(run(network + "get TriggerMode").out, "TriggerMode=Off\n");
+  ASSERT_EQ(run(network + "set TriggerMode=On AcquisitionMode=SingleFrame").status, 0);
+  const auto half = run(network + "why --seconds 1 --fix --json");
+  EXPECT_EQ(half.status, 5);
+  const json looks = json::parse(half.out);
+  EXPECT_EQ(looks["causes"][0]["done"][0], "TriggerMode[TriggerSelector=FrameStart]=Off");
+  EXPECT_EQ(looks["after"][0]["cause"], "single-frame");
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "brio/fnd/datatype_names.h"  // the library's own tables, made while it loads
 #include "brio/fnd/record.h"
 #include "feature_access.h"
+#include "held_signals.h"
 #include "frame.h"
 #include "parameter_report.h"
 #include "vireo/genicam/xml_parser.h"
@@ -444,6 +445,7 @@ void GenICamAdapter::Impl::createStream(AcquisitionRuns::Hold& hold) {
   GErrorGuard error;
   {
     const FeatureCall call(features);  // the library asks the camera for what a stream needs
+    const HeldSignals held;
     hold.put(arv_device_create_stream(device, nullptr, nullptr, &error.error));
   }
   checkError(error, "Create stream");

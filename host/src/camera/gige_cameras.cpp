@@ -17,6 +17,7 @@
 
 #include "terminal/failure.h"
 #include "terminal/ipv4.h"
+#include "terminal/text.h"
 
 namespace vireo::host {
 namespace {
@@ -143,6 +144,17 @@ std::optional<NetworkPort> portOf(const std::vector<NetworkPort>& ports, unsigne
 
 std::string MacText(const MacAddress& mac) {
   return fmt::format("{:02x}", fmt::join(mac, ":"));
+}
+
+bool IsNamed(const GigeCamera& camera, const std::string& name) {
+  const std::string names[] = {MacText(camera.mac),
+                               Ipv4Text(camera.network.address),
+                               camera.serial,
+                               camera.userName,
+                               camera.vendor + '-' + camera.serial,
+                               camera.vendor + '-' + camera.model + '-' + camera.serial};
+  return !name.empty() && std::any_of(std::begin(names), std::end(names),
+                                      [&](const std::string& one) { return Lowered(one) == Lowered(name); });
 }
 
 std::optional<GigeCamera> GigeCameraFrom(const Bytes& answer) {

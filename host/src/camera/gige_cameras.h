@@ -37,6 +37,10 @@ struct GigeCamera {
   }
 };
 
+/// Whether a camera goes by a name: MAC or IP address, serial number, user name, VENDOR-SERIAL or
+/// VENDOR-MODEL-SERIAL, in upper or lower case.
+bool IsNamed(const GigeCamera& camera, const std::string& name);
+
 /// What an answer to a discovery says, without the port; none when it is not one.
 std::optional<GigeCamera> GigeCameraFrom(const gvcp::Bytes& answer);
 

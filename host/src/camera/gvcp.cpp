@@ -70,8 +70,7 @@ GvcpClient::GvcpClient(std::uint32_t address) : socket_(::socket(AF_INET, SOCK_D
   camera.sin_family = AF_INET;
   camera.sin_addr.s_addr = htonl(address);
   camera.sin_port = htons(gvcp::controlPort);
-  [[maybe_unused]] const int outcome =
-      connect(socket_, reinterpret_cast<const sockaddr*>(&camera), sizeof camera);
+  if (connect(socket_, reinterpret_cast<const sockaddr*>(&camera), sizeof camera) != 0) connectError_ = errno;
 }
 
 GvcpClient::~GvcpClient() {
@@ -86,8 +85,11 @@ GvcpClient::Answer GvcpClient::Read(std::uint32_t address, milliseconds patience
   const auto start = Clock::now();
   auto end = start + patience;
   Answer answer;
-  answer.portClosed = send(socket_, command.data(), command.size(), 0) < 0 && errno == ECONNREFUSED;
-  while (!answer.portClosed && !answer.answered && Clock::now() < end) {
+  int error = connectError_;
+  if (error == 0 && send(socket_, command.data(), command.size(), 0) < 0) error = errno;
+  answer.portClosed = error == ECONNREFUSED;
+  if (!answer.portClosed) answer.sendError = error;
+  while (error == 0 && !answer.portClosed && !answer.answered && Clock::now() < end) {
     errno = 0;
     const auto bytes = receive(socket_, end);
     answer.portClosed = !bytes && errno == ECONNREFUSED;

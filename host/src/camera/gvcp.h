@@ -67,12 +67,14 @@ class GvcpClient {
     std::uint16_t status = 0;            ///< the camera's reason for that
     bool answered = false;
     bool portClosed = false;  ///< the computer at the address said that nobody listens there
+    int sendError = 0;        ///< the system's reason why nothing could be sent
     double milliseconds = 0.0;
   };
   Answer Read(std::uint32_t address, std::chrono::milliseconds patience);
 
  private:
   int socket_;
+  int connectError_ = 0;
   std::uint16_t id_ = 0;
 };
 

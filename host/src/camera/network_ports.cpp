@@ -16,15 +16,13 @@ std::uint32_t addressIn(const sockaddr* address) {
   return ntohl(internet.sin_addr.s_addr);
 }
 
-}  // namespace
-
-std::vector<NetworkPort> NetworkPorts() {
+std::vector<NetworkPort> portsThat(bool areUp) {
   std::vector<NetworkPort> ports;
   ifaddrs* list = nullptr;
   if (getifaddrs(&list) != 0) return ports;
   for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
     const bool isInternet = entry->ifa_addr != nullptr && entry->ifa_addr->sa_family == AF_INET;
-    if (!isInternet || (entry->ifa_flags & IFF_UP) == 0) continue;
+    if (!isInternet || ((entry->ifa_flags & IFF_UP) != 0) != areUp) continue;
     ports.push_back({entry->ifa_name,
                      if_nametoindex(entry->ifa_name),
                      {addressIn(entry->ifa_addr), addressIn(entry->ifa_netmask)},
@@ -32,6 +30,16 @@ std::vector<NetworkPort> NetworkPorts() {
   }
   freeifaddrs(list);
   return ports;
+}
+
+}  // namespace
+
+std::vector<NetworkPort> NetworkPorts() {
+  return portsThat(true);
+}
+
+std::vector<NetworkPort> NetworkPortsThatAreDown() {
+  return portsThat(false);
 }
 
 }  // namespace vireo::host

@@ -18,5 +18,7 @@ struct NetworkPort {
 
 /// Those that are up, loopback included.
 std::vector<NetworkPort> NetworkPorts();
+/// Those that have an address, but are switched off.
+std::vector<NetworkPort> NetworkPortsThatAreDown();
 
 }  // namespace vireo::host

@@ -12,6 +12,7 @@
 #include "diagnosis/receiving.h"
 #include "diagnosis/remedies.h"
 #include "diagnosis/survey.h"
+#include "parameters/writer.h"
 #include "terminal/console.h"
 #include "terminal/interrupt.h"
 #include "terminal/text.h"
@@ -26,22 +27,39 @@ struct WhyOptions {
 };
 
 constexpr double tooLate = 200.0;  // milliseconds; opening a camera takes hundreds of answers
+constexpr std::chrono::milliseconds registerPatience(1000);
 
 bool canReceive(const Facts& facts) {
   if (facts.link == LinkKind::Unknown || facts.isBusy) return false;
   return facts.link != LinkKind::Gige || (facts.path.answers && facts.answers.Median() < tooLate);
 }
 
-// The library may have changed the packet size to what arrives; who did not ask for that gets the old one
-// back.
-void restorePacketSize(Camera& camera, const Facts& facts) {
-  const auto& before = facts.registers.packetSize;
-  if (!before || facts.reception->linkLost || facts.reception->during.packetSize.value_or(*before) == *before)
-    return;
-  std::vector<Verdict> old(1);
-  old.front().remedies = {{"GevSCPSPacketSize", fmt::format("{}", *before), {}}};
-  Apply(camera, old);
-}
+// The library changes the packet size to what arrives. Who did not ask for that gets the old one back,
+// however the look ends.
+class PacketSizeKeeper {
+ public:
+  PacketSizeKeeper(Camera& camera, const Facts& facts) : camera_(camera), facts_(facts) {}
+  PacketSizeKeeper(const PacketSizeKeeper&) = delete;
+  PacketSizeKeeper& operator=(const PacketSizeKeeper&) = delete;
+  ~PacketSizeKeeper() {
+    const auto& before = facts_.registers.packetSize;
+    if (facts_.link != LinkKind::Gige || !before) return;
+    const auto now = GvcpClient(facts_.path.address).Read(gvcp::streamPacketSize, registerPatience).value;
+    if (!now || (*now & 0xffff) == *before) return;
+    try {
+      const common::Parameter& like = camera_.Catalogue().at("GevSCPSPacketSize");
+      const std::string reason = ParameterWriter(camera_).TryWrite(
+          ParseValue(like, fmt::format("{}", *before), FormOf(camera_.Features(), like)));
+      if (!reason.empty()) throw Failure(ExitStatus::Failed, reason);
+    } catch (const std::exception& error) {
+      PrintError(fmt::format("note: GevSCPSPacketSize is not {} again: {}", *before, error.what()));
+    }
+  }
+
+ private:
+  Camera& camera_;
+  const Facts& facts_;
+};
 
 std::string healthyText(const Facts& facts) {
   const Reception& reception = *facts.reception;
@@ -53,9 +71,12 @@ std::string healthyText(const Facts& facts) {
                      Counted(reception.frames, "frame"), reception.seconds, reception.rate, answers);
 }
 
-void print(const std::vector<Verdict>& verdicts, const Facts& facts, bool json) {
-  if (json) return Print(JsonText(VerdictsJson(verdicts)));
+void print(const std::vector<Verdict>& verdicts, const Facts& facts) {
   Print(verdicts.empty() ? healthyText(facts) : VerdictsText(verdicts));
+}
+
+void requireNoInterrupt(const char* what) {
+  if (Interrupted()) throw Failure(ExitStatus::Failed, what);
 }
 
 std::vector<Verdict> receiveAndDiagnose(Camera& camera, Facts& facts, const SystemFiles& files,
@@ -72,14 +93,13 @@ std::vector<Verdict> fixAndLookAgain(Camera& camera, std::vector<Verdict>& verdi
   const auto isAboutSize = [](const Verdict& verdict) { return verdict.cause == "packet-size"; };
   if (std::any_of(verdicts.begin(), verdicts.end(), isAboutSize)) {
     GvcpClient client(facts.path.address);
-    facts.registers = ReadRegisters(client, std::chrono::seconds(1), facts.answers);
+    facts.registers = ReadRegisters(client, registerPatience, facts.answers);
   }
   return receiveAndDiagnose(camera, facts, files, seconds);
 }
 
-bool canBeFixed(const std::vector<Verdict>& verdicts, const Facts& facts) {
-  return !facts.reception->linkLost &&
-         std::any_of(verdicts.begin(), verdicts.end(),
+bool canBeFixed(const std::vector<Verdict>& verdicts) {
+  return std::any_of(verdicts.begin(), verdicts.end(),
                      [](const Verdict& verdict) { return !verdict.remedies.empty(); });
 }
 
@@ -87,40 +107,56 @@ ExitStatus statusOf(const std::vector<Verdict>& verdicts) {
   return verdicts.empty() ? ExitStatus::Done : verdicts.front().status;
 }
 
-ExitStatus whyNot(const Facts& facts, bool json) {
-  const std::vector<Verdict> verdicts = Diagnose(facts);
-  print(verdicts, facts, json);
+// One look; with --fix a second one where something could be mended.
+ExitStatus show(const std::vector<Verdict>& verdicts, const Facts& facts, const WhyOptions& options) {
+  if (!options.json) {
+    print(verdicts, facts);
+  } else if (options.fix) {
+    Print(JsonText({{"causes", VerdictsJson(verdicts)}, {"after", nullptr}}));
+  } else {
+    Print(JsonText(VerdictsJson(verdicts)));
+  }
   return statusOf(verdicts);
 }
 
-ExitStatus look(Camera& camera, Facts& facts, const SystemFiles& files, const WhyOptions& options) {
-  std::vector<Verdict> verdicts = receiveAndDiagnose(camera, facts, files, options.seconds);
-  if (!options.fix || !canBeFixed(verdicts, facts)) {
-    restorePacketSize(camera, facts);
-    print(verdicts, facts, options.json);
-    return statusOf(verdicts);
-  }
+// What was written is told whatever comes of the second look.
+ExitStatus fix(Camera& camera, std::vector<Verdict>& verdicts, Facts& facts, const SystemFiles& files,
+               const WhyOptions& options) {
+  const Facts before = facts;
   const std::vector<Verdict> after = fixAndLookAgain(camera, verdicts, facts, files, options.seconds);
-  restorePacketSize(camera, facts);
-  print(verdicts, facts, options.json);
+  if (options.json) {
+    const Json second = Interrupted() ? Json() : VerdictsJson(after);
+    Print(JsonText({{"causes", VerdictsJson(verdicts)}, {"after", second}}));
+  } else {
+    print(verdicts, before);
+  }
+  requireNoInterrupt("interrupted before it was known whether that helped");
   if (!options.json) {
     Print("\nafter that:\n");
-    print(after, facts, false);
+    print(after, facts);
   }
   return statusOf(after);
+}
+
+ExitStatus look(Camera& camera, Facts& facts, const SystemFiles& files, const WhyOptions& options) {
+  const PacketSizeKeeper keeper(camera, facts);
+  std::vector<Verdict> verdicts = receiveAndDiagnose(camera, facts, files, options.seconds);
+  requireNoInterrupt("interrupted before there was an answer");
+  if (options.fix && canBeFixed(verdicts)) return fix(camera, verdicts, facts, files, options);
+  return show(verdicts, facts, options);
 }
 
 ExitStatus why(const CommandLine& line, const WhyOptions& options) {
   CatchInterrupts();
   const SystemFiles files;
   Facts facts = Survey(line.camera, files);
-  if (!canReceive(facts)) return whyNot(facts, options.json);
+  if (!canReceive(facts)) return show(Diagnose(facts), facts, options);
   std::optional<Camera> camera;
   try {
     camera.emplace(line.camera, Use::Stream);
-  } catch (const Failure&) {
-    if (Diagnose(facts).empty()) throw;
-    return whyNot(facts, options.json);
+  } catch (const Failure& failure) {
+    facts.notOpened = failure;
+    return show(Diagnose(facts), facts, options);
   }
   return look(*camera, facts, files, options);
 }

@@ -15,6 +15,13 @@ std::optional<double> numberOf(Camera& camera, const std::string& name) {
   return IsAvailable(camera.Nodes(), name) ? NumberFrom<double>(camera.ValueOr(name, "")) : std::nullopt;
 }
 
+std::string unitOf(Camera& camera, const std::string& name) {
+  const auto node = camera.Nodes().find(name);
+  const auto* const integer =
+      node == camera.Nodes().end() ? nullptr : std::get_if<genicam::IntegerNode>(&node->second);
+  return integer == nullptr ? "" : integer->unit;
+}
+
 // "On", "true", "1"; `otherwise` for a camera that does not have it.
 bool isOn(Camera& camera, const std::string& name, bool otherwise) {
   const std::string value = camera.ValueOr(name, "");
@@ -74,6 +81,8 @@ CameraSettings SettingsOf(Camera& camera) {
   settings.hasThroughputMode = camera.Catalogue().contains("DeviceLinkThroughputLimitMode");
   if (isOn(camera, "DeviceLinkThroughputLimitMode", true))
     settings.throughputLimit = numberOf(camera, "DeviceLinkThroughputLimit");
+  if (!IsAvailable(camera.Nodes(), settings.heartbeatName)) settings.heartbeatName = "GevHeartbeatTimeout";
+  if (unitOf(camera, settings.heartbeatName) == "us") settings.heartbeatUnits = 1000.0;
   settings.linkMegabits = numberOf(camera, "GevLinkSpeed");
   camera.CheckLink();
   return settings;

@@ -10,7 +10,7 @@ namespace {
 
 std::vector<Cause> streamCauses() {
   std::vector<Cause> all = SettingsCauses();
-  for (const auto& causes : {PacketCauses(), UsbCauses()})
+  for (const auto& causes : {PacketCauses(), AnswerCauses(), UsbCauses()})
     all.insert(all.end(), causes.begin(), causes.end());
   return all;
 }
@@ -29,7 +29,7 @@ std::string CommandText(const Facts& facts, const std::string& arguments) {
 
 std::vector<Verdict> Diagnose(const Facts& facts) {
   std::vector<Verdict> verdicts;
-  for (const auto& group : {PathCauses(), SilenceCauses(), streamCauses(), LastCauses()}) {
+  for (const auto& group : {PathCauses(), SilenceCauses(), LinkCauses(), streamCauses(), LastCauses()}) {
     for (const Cause cause : group)
       if (auto verdict = cause(facts)) verdicts.push_back(*std::move(verdict));
     if (!verdicts.empty()) break;

@@ -20,9 +20,11 @@ using Cause = std::optional<Verdict> (*)(const Facts& facts);
 
 // The causes by what they are about, in order of decisiveness.
 std::vector<Cause> PathCauses();      ///< why the camera cannot be reached, or not be controlled
-std::vector<Cause> SilenceCauses();   ///< when nothing tells why it does not answer
+std::vector<Cause> SilenceCauses();   ///< when nothing tells why it does not answer, or cannot be opened
+std::vector<Cause> LinkCauses();      ///< why receiving did not begin, or ended
 std::vector<Cause> SettingsCauses();  ///< what its settings say
 std::vector<Cause> PacketCauses();    ///< where its packets stay
+std::vector<Cause> AnswerCauses();    ///< how it answers
 std::vector<Cause> UsbCauses();
 std::vector<Cause> LastCauses();  ///< when nothing else explains it
 

@@ -57,16 +57,16 @@ double Facts::ExpectedPackets() const {
 double Facts::Requests() const {
   if (!reception || path.interface.name == "lo") return 0.0;
   const AnswerTimes& times = reception->answers;
-  const double commands =
-      static_cast<double>(times.milliseconds.size()) + times.unanswered + reception->countedSeconds + 1;
+  const double commands = static_cast<double>(times.milliseconds.size()) + times.unanswered + 1 +
+                          reception->countedSeconds * (1 + reception->othersRequests);
   const std::int64_t sent = std::min(reception->protocols.datagramsSent, reception->interface.sentPackets);
   return std::max(static_cast<double>(sent) - commands, 0.0);
 }
 
-bool Facts::MuchWasAskedAgain() const {
+bool Facts::LacksPackets() const {
   constexpr double least = 20;
   constexpr double share = 0.01;  // of the packets that should have come
-  return Requests() >= std::max(least, share * ExpectedPackets());
+  return LacksFrames() || Requests() >= std::max(least, share * ExpectedPackets());
 }
 
 }  // namespace vireo::host

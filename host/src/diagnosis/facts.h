@@ -13,6 +13,7 @@
 #include "evidence/protocol_counters.h"
 #include "evidence/sockets.h"
 #include "evidence/usb_devices.h"
+#include "terminal/failure.h"
 
 namespace vireo::host {
 
@@ -26,9 +27,12 @@ struct PathFacts {
   std::vector<NetworkPort> here;  ///< this computer's
   bool answers = false;           ///< a register was read
   bool portClosed = false;        ///< a computer without a camera is there
+  int sendError = 0;              ///< the system's reason why nothing could be sent there
   bool asked = false;             ///< whether `discovered` was asked for
   std::vector<GigeCamera> discovered;
+  std::vector<NetworkPort> down;      ///< ports of this computer that are switched off
   std::int64_t reversePathDrops = 0;  ///< while it was asked
+  std::int64_t filtered = 0;          ///< packets that a filter took meanwhile
 };
 
 /// The standard registers; none where the camera did not give one.
@@ -71,6 +75,8 @@ struct CameraSettings {
   std::optional<double> throughputLimit;  ///< bytes a second; none where the limit is off
   bool hasThroughputMode = false;
   std::optional<double> linkMegabits;  ///< of the camera's own interface
+  std::string heartbeatName = "DeviceLinkHeartbeatTimeout";
+  double heartbeatUnits = 1.0;  ///< a millisecond, in what that is counted in
 };
 
 /// What came in the time of measuring, and what the system counted meanwhile.
@@ -84,7 +90,10 @@ struct Reception {
   std::uint64_t lost = 0;     ///< ids missing between frames
   double rate = 0.0;          ///< frames a second, from the first to the last
   bool linkLost = false;
-  std::string failure;  ///< why receiving did not begin, or ended
+  std::string failure;          ///< why receiving did not begin, or ended
+  bool answersAfter = true;     ///< a register could be read when it was over
+  bool hasLinkAfter = true;     ///< as in `InterfaceState`
+  double othersRequests = 0.0;  ///< datagrams a second that other programs sent when it was over
 
   InterfaceCounters interface;
   ProtocolCounters protocols;
@@ -99,12 +108,14 @@ struct Reception {
 };
 
 struct Facts {
+  std::string name;    ///< as the user named the camera; empty for the first one
   std::string option;  ///< how the command line names the camera: "-a 10.0.0.2 "; empty for the first one
   LinkKind link = LinkKind::Unknown;
   PathFacts path;
   CameraRegisters registers;  ///< before anything was done
   AnswerTimes answers;
   bool isBusy = false;
+  std::optional<Failure> notOpened;  ///< why not, for a camera that may be there
   CameraSettings settings;
   std::optional<Reception> reception;  ///< none where nothing could be received
   BufferLimits buffers;
@@ -121,11 +132,12 @@ struct Facts {
   bool LacksFrames() const;
   /// Packets that should have come while counting.
   double ExpectedPackets() const;
-  /// Datagrams that went out over the camera's interface besides commands: requests for lost packets. 0 for
-  /// an interface that sends to itself, which cannot tell them from the stream.
+  /// Datagrams that went out over the camera's interface besides commands and what other programs send all
+  /// the time: requests for lost packets. 0 for an interface that sends to itself, which cannot tell them
+  /// from the stream.
   double Requests() const;
-  /// So many requests that packets are lost, though frames may be whole by them.
-  bool MuchWasAskedAgain() const;
+  /// Frames are missing, or would be, had not so many packets been asked for again.
+  bool LacksPackets() const;
 };
 
 }  // namespace vireo::host

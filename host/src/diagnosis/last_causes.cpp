@@ -10,14 +10,6 @@
 namespace vireo::host {
 namespace {
 
-std::optional<Verdict> failure(const Facts& facts) {
-  if (!facts.reception || facts.reception->failure.empty()) return {};
-  return Verdict{"failed",
-                 "Receiving failed",
-                 {facts.reception->failure, CameText(*facts.reception)},
-                 {CommandText(facts, "--log debug watch --seconds 3") + " shows what led to it"}};
-}
-
 std::optional<Verdict> nothingSent(const Facts& facts) {
   if (!facts.reception || facts.reception->bad + facts.reception->refused != 0 || !facts.LacksFrames())
     return {};
@@ -32,19 +24,20 @@ std::optional<Verdict> nothingSent(const Facts& facts) {
            (facts.settings.acquisitionMode.empty() ? "not known" : facts.settings.acquisitionMode)},
       {"check the sensor's power and settings: " + CommandText(facts, "list Acquisition")}};
   if (facts.link != LinkKind::Gige) return verdict;
-  verdict.evidence.push_back(fmt::format("the camera sends to {}:{}, which is this program; {} took {}",
-                                         Ipv4Text(reception.during.streamDestination.value_or(0)),
-                                         reception.during.streamPort.value_or(0) & 0xffff,
-                                         facts.path.interface.name,
-                                         Counted(reception.interface.packets, "packet")));
+  if (reception.during.streamDestination && reception.during.streamPort)
+    verdict.evidence.push_back(fmt::format("the camera sends to {}:{}, which is this program; {} took {}",
+                                           Ipv4Text(*reception.during.streamDestination),
+                                           *reception.during.streamPort & 0xffff, facts.path.interface.name,
+                                           Counted(reception.interface.packets, "packet")));
   verdict.todo.emplace_back(
       "commands come through and the stream does not: look at switches and routers on the way");
   return verdict;
 }
 
-// What this computer dropped itself: too little to be the cause.
+// What this computer dropped itself: too little to be the cause. Nobody reads the socket beside a packet
+// socket.
 std::string droppedHere(const Facts& facts) {
-  const std::int64_t socket = facts.reception->socketDrops;
+  const std::int64_t socket = facts.reception->packetSocket ? 0 : facts.reception->socketDrops;
   const std::int64_t interface = facts.reception->interface.dropped + facts.reception->interface.errors;
   if (socket + interface == 0)
     return fmt::format("neither a buffer nor a filter nor {} dropped any", facts.path.interface.name);
@@ -55,9 +48,9 @@ std::string droppedHere(const Facts& facts) {
 std::optional<Verdict> networkLoss(const Facts& facts) {
   if (!facts.reception || facts.link != LinkKind::Gige || facts.reception->Came() == 0) return {};
   const Reception& reception = *facts.reception;
-  const bool isHealed = !facts.LacksFrames();
+  const bool isHealed = reception.bad + reception.lost == 0;
   const double asked = facts.Requests();
-  if (isHealed && !facts.MuchWasAskedAgain()) return {};
+  if (isHealed && (facts.LacksFrames() || !facts.LacksPackets())) return {};
   Verdict verdict{"network-loss",
                   isHealed ? "Packets are lost before this computer; asking for them again brought them all"
                            : "Packets are lost before this computer",
@@ -71,7 +64,7 @@ std::optional<Verdict> networkLoss(const Facts& facts) {
     verdict.evidence.emplace_back("the camera does not send packets again");
   else if (asked >= 1.0)
     verdict.evidence.push_back(fmt::format("packets were asked for again some {:.0f} times{}", asked,
-                                           isHealed ? "" : ", in part in vain"));
+                                           isHealed ? "" : ", and some did not come then either"));
   return verdict;
 }
 
@@ -87,7 +80,7 @@ std::optional<Verdict> damaged(const Facts& facts) {
 }  // namespace
 
 std::vector<Cause> LastCauses() {
-  return {failure, nothingSent, networkLoss, damaged};
+  return {nothingSent, networkLoss, damaged};
 }
 
 }  // namespace vireo::host

@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <system_error>
 
 #include "diagnosis/causes.h"
 #include "terminal/ipv4.h"
@@ -41,6 +42,9 @@ std::string routeText(const PathFacts& path) {
 std::string silenceText(const PathFacts& path) {
   if (path.portClosed)
     return fmt::format("{} answers that nobody listens on the port of cameras, 3956", Ipv4Text(path.address));
+  if (path.sendError != 0)
+    return fmt::format("nothing can be sent to {}: {}", Ipv4Text(path.address),
+                       std::generic_category().message(path.sendError));
   return fmt::format("{} did not answer 2 reads of a register, 1.5 s each", Ipv4Text(path.address));
 }
 
@@ -51,11 +55,16 @@ Verdict unreachable(const char* cause, std::string what, std::vector<std::string
 
 std::optional<Verdict> linkDown(const Facts& facts) {
   const InterfaceState& interface = facts.path.interface;
-  if (!isSilent(facts) || interface.name.empty() || interface.hasLink) return {};
+  if (!isSilent(facts)) return {};
+  for (const NetworkPort& port : facts.path.down)
+    if (port.network.Contains(facts.path.address))
+      return unreachable("link-down", fmt::format("The interface {} is switched off", port.interface),
+                         {netText(port) + " is the camera's subnet", silenceText(facts.path)},
+                         {fmt::format("ip link set {} up", port.interface)});
+  if (interface.name.empty() || interface.hasLink) return {};
   return unreachable("link-down", fmt::format("The interface {} has no link", interface.name),
                      {routeText(facts.path), silenceText(facts.path)},
-                     {"check the cable and the power of the camera and of the switch",
-                      fmt::format("ip link set {} up", interface.name)});
+                     {"check the cable and the power of the camera and of the switch"});
 }
 
 std::optional<Verdict> reversePath(const Facts& facts) {
@@ -123,14 +132,36 @@ std::optional<Verdict> noCamera(const Facts& facts) {
   if (!nobody && !isSilent(facts)) return {};
   std::vector<std::string> evidence;
   if (path.address != 0) evidence = {silenceText(path), routeText(path)};
+  if (path.filtered > 0)
+    evidence.push_back(fmt::format("a filter of this computer dropped {} meanwhile: nft list ruleset",
+                                   Counted(path.filtered, "packet")));
   if (path.asked && path.discovered.empty())
     evidence.emplace_back("no camera answers a broadcast on any interface");
   for (const GigeCamera& camera : path.discovered) evidence.push_back(cameraText(camera));
   if (nobody) evidence.emplace_back("no USB3 Vision camera is plugged in");
-  const std::string where = path.address != 0 ? " at " + Ipv4Text(path.address) : "";
+  const std::string where = path.address != 0    ? " at " + Ipv4Text(path.address)
+                            : facts.name.empty() ? ""
+                                                 : fmt::format(" to '{}'", facts.name);
   return unreachable("no-camera", fmt::format("No camera answers{}", where), std::move(evidence),
                      {"check power and cable, and that no firewall drops UDP from port 3956",
                       "vireo-cam cameras shows what answers"});
+}
+
+std::optional<Verdict> notOpened(const Facts& facts) {
+  if (!facts.notOpened || facts.isBusy) return {};
+  Verdict verdict{"not-opened",
+                  "The camera answers, and cannot be opened",
+                  {facts.notOpened->what()},
+                  {CommandText(facts, "--log debug info") + " shows how far it comes"},
+                  facts.notOpened->status};
+  if (!facts.answers.milliseconds.empty())
+    verdict.evidence.push_back(fmt::format("{} answered after {:.1f} ms, {} not",
+                                           Counted(facts.answers.milliseconds.size(), "read"),
+                                           facts.answers.Median(), facts.answers.unanswered));
+  if (facts.path.address != 0 && facts.name != Ipv4Text(facts.path.address))
+    verdict.todo.insert(verdict.todo.begin(),
+                        fmt::format("name it by its address: -a {}", Ipv4Text(facts.path.address)));
+  return verdict;
 }
 
 std::optional<Verdict> busy(const Facts& facts) {
@@ -154,7 +185,7 @@ std::vector<Cause> PathCauses() {
 }
 
 std::vector<Cause> SilenceCauses() {
-  return {noCamera};
+  return {noCamera, notOpened};
 }
 
 }  // namespace vireo::host

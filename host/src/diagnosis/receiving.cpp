@@ -21,6 +21,9 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds askPeriod(300);
 constexpr milliseconds askPatience(1000);
+constexpr milliseconds lastPatience(400);
+constexpr int lastReads = 5;
+constexpr milliseconds quietTime(300);
 constexpr std::size_t payloadNotSupported = 8;  // buffer statuses of the camera library
 constexpr std::size_t sizeMismatch = 5;
 
@@ -154,6 +157,21 @@ void writeStatistics(const StreamStatistics& statistics, Reception& reception) {
   reception.rate = statistics.FrameRate();
 }
 
+// The library notices late that a camera is gone. What goes out while nobody receives is other programs'.
+void lookAfterwards(const Facts& facts, const SystemFiles& files, Reception& reception) {
+  GvcpClient camera(facts.path.address);
+  reception.answersAfter = false;
+  for (int i = 0; i < lastReads && !reception.answersAfter; ++i)
+    reception.answersAfter = camera.Read(gvcp::controlPrivilege, lastPatience).answered;
+  reception.hasLinkAfter = StateOf(files, facts.path.interface.name).hasLink;
+  const std::int64_t before = ProtocolCountersNow(files).datagramsSent;
+  std::this_thread::sleep_for(quietTime);
+  const std::int64_t sent = ProtocolCountersNow(files).datagramsSent - before;
+  const double ownBeats = 1.0;
+  reception.othersRequests =
+      std::max(static_cast<double>(sent) - ownBeats, 0.0) / std::chrono::duration<double>(quietTime).count();
+}
+
 }  // namespace
 
 Reception Receive(Camera& camera, const Facts& facts, const SystemFiles& files, double seconds) {
@@ -191,7 +209,7 @@ Reception Receive(Camera& camera, const Facts& facts, const SystemFiles& files, 
   }
   writeStatistics(stream.Statistics(), reception);
   counters.WriteTo(reception);
-  if (Interrupted()) throw Failure(ExitStatus::Failed, "interrupted before there was an answer");
+  if (facts.link == LinkKind::Gige) lookAfterwards(facts, files, reception);
   return reception;
 }
 

@@ -33,6 +33,13 @@ std::optional<std::uint32_t> addressOfHost(const std::string& name) {
   return ntohl(internet.sin_addr.s_addr);
 }
 
+// Names that the camera library takes, but does not list.
+std::optional<std::uint32_t> addressOfNamed(const std::string& name) {
+  for (const GigeCamera& camera : name.empty() ? std::vector<GigeCamera>() : FindGigeCameras())
+    if (IsNamed(camera, name) && camera.IsNear()) return camera.network.address;
+  return std::nullopt;
+}
+
 bool isMeant(const FoundCamera& camera, const std::string& asked) {
   return asked.empty() || camera.id == asked || camera.address == asked || camera.serial == asked ||
          (!camera.id.empty() && camera.id.find(asked) != std::string::npos);
@@ -45,6 +52,7 @@ void findTarget(const CameraOptions& options, Facts& facts) {
     facts.link = LinkKind::InProcess;
     return;
   }
+  facts.name = options.address;
   if (!options.address.empty()) facts.option = fmt::format("-a {} ", options.address);
   auto address = Ipv4From(options.address);
   if (!address) {
@@ -54,6 +62,7 @@ void findTarget(const CameraOptions& options, Facts& facts) {
       address = Ipv4From(camera.address);
       break;
     }
+    if (!address && facts.link == LinkKind::Unknown) address = addressOfNamed(options.address);
     if (!address && facts.link == LinkKind::Unknown) address = addressOfHost(options.address);
   }
   if (!address) return;
@@ -76,10 +85,12 @@ void findPath(const SystemFiles& files, PathFacts& path) {
 
 void askCamera(Facts& facts) {
   GvcpClient camera(facts.path.address);
-  for (int attempt = 0; attempt < 2 && !facts.path.answers && !facts.path.portClosed; ++attempt) {
+  PathFacts& path = facts.path;
+  for (int attempt = 0; attempt < 2 && !path.answers && !path.portClosed && path.sendError == 0; ++attempt) {
     const GvcpClient::Answer answer = camera.Read(gvcp::controlPrivilege, registerPatience);
-    facts.path.answers = answer.answered;
-    facts.path.portClosed = answer.portClosed;
+    path.answers = answer.answered;
+    path.portClosed = answer.portClosed;
+    path.sendError = answer.sendError;
   }
   if (facts.path.answers) facts.registers = ReadRegisters(camera, registerPatience, facts.answers);
 }
@@ -115,13 +126,14 @@ CameraRegisters ReadRegisters(GvcpClient& camera, milliseconds patience, AnswerT
       {gvcp::streamDestination, &registers.streamDestination},
       {gvcp::tickFrequencyLow, &registers.tickFrequency},
   };
+  int inVain = 0;
   for (const auto& [address, value] : wanted) {
     const GvcpClient::Answer answer = camera.Read(address, patience);
     *value = answer.value;
-    if (answer.answered)
-      times.milliseconds.push_back(answer.milliseconds);
-    else
-      ++times.unanswered;
+    if (answer.answered) times.milliseconds.push_back(answer.milliseconds);
+    times.unanswered += answer.answered ? 0 : 1;
+    inVain = answer.answered ? 0 : inVain + 1;
+    if (inVain == 2) break;  // it is gone, and would take the patience for each
   }
   if (registers.packetSize) *registers.packetSize &= 0xffff;
   return registers;
@@ -130,10 +142,11 @@ CameraRegisters ReadRegisters(GvcpClient& camera, milliseconds patience, AnswerT
 Facts Survey(const CameraOptions& options, const SystemFiles& files) {
   Facts facts;
   facts.path.here = NetworkPorts();
+  facts.path.down = NetworkPortsThatAreDown();
   facts.buffers = BufferLimitsOf(files);
   facts.usbCameras = UsbCameras(files);
   facts.usbMemoryMegabytes = UsbMemoryMegabytes(files);
-  const std::int64_t dropsBefore = ProtocolCountersNow(files).reversePathDrops;
+  const ProtocolCounters before = ProtocolCountersNow(files);
   findTarget(options, facts);
   if (facts.link == LinkKind::Gige) {
     findPath(files, facts.path);
@@ -144,7 +157,9 @@ Facts Survey(const CameraOptions& options, const SystemFiles& files) {
     facts.path.asked = true;
     facts.path.discovered = FindGigeCameras();
   }
-  facts.path.reversePathDrops = ProtocolCountersNow(files).reversePathDrops - dropsBefore;
+  const ProtocolCounters counted = ProtocolCountersNow(files) - before;
+  facts.path.reversePathDrops = counted.reversePathDrops;
+  facts.path.filtered = counted.Filtered();
   if (facts.path.answers) facts.isBusy = isControlled(facts);
   return facts;
 }

@@ -18,6 +18,11 @@ struct ProtocolCounters {
   std::int64_t datagramsSent = 0;
   std::int64_t bufferErrors = 0;      ///< the socket's buffer was full
   std::int64_t reversePathDrops = 0;  ///< the reverse-path filter took them away
+
+  /// Whole packets that came to IP and went nowhere.
+  std::int64_t Filtered() const {
+    return ipReceived - fragments + reassembled - ipDelivered - reversePathDrops;
+  }
 };
 
 /// From /proc/net/snmp and /proc/net/netstat.

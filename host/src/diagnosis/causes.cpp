@@ -23,6 +23,10 @@ std::string CameText(const Reception& reception) {
                      reception.lost, reception.seconds);
 }
 
+std::string CameAtRateText(const Reception& reception) {
+  return CameText(reception) + (reception.frames > 1 ? fmt::format(", {:.3g} frames/s", reception.rate) : "");
+}
+
 std::string CommandText(const Facts& facts, const std::string& arguments) {
   return fmt::format("vireo-cam {}{}", facts.option, arguments);
 }

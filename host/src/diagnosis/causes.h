@@ -30,6 +30,8 @@ std::vector<Cause> LastCauses();  ///< when nothing else explains it
 
 /// Such as "23 frames, 2 bad (1 timeout, 1 truncated), 4 lost in 3.1 s".
 std::string CameText(const Reception& reception);
+/// The same with ", 7.5 frames/s", where there is a rate.
+std::string CameAtRateText(const Reception& reception);
 /// "vireo-cam -a 10.0.0.2 set X=1".
 std::string CommandText(const Facts& facts, const std::string& arguments);
 

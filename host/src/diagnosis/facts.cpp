@@ -49,6 +49,11 @@ bool Facts::LacksFrames() const {
   return reception->bad + reception->lost > 0 || static_cast<double>(reception->frames) < 0.5 * wanted;
 }
 
+double Facts::LinkBytes() const {
+  const double here = path.interface.megabits ? static_cast<double>(*path.interface.megabits) : INFINITY;
+  return std::min(here, settings.linkMegabits.value_or(INFINITY)) / 8e-6;
+}
+
 double Facts::ExpectedPackets() const {
   const double seconds = reception ? reception->countedSeconds : 0.0;
   return std::max(AskedRate() * seconds, 1.0) * PacketsOfFrame();

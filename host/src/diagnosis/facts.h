@@ -130,6 +130,8 @@ struct Facts {
   /// Frames are missing: some were damaged or left out, or less than half of those that the settings ask for
   /// came.
   bool LacksFrames() const;
+  /// What the slower of the two interfaces carries, bytes a second; without end where neither says.
+  double LinkBytes() const;
   /// Packets that should have come while counting.
   double ExpectedPackets() const;
   /// Datagrams that went out over the camera's interface besides commands and what other programs send all

@@ -148,7 +148,8 @@ std::optional<Verdict> reversePath(const Facts& facts) {
 // interface that sends to itself.
 double missingBeforeIp(const Facts& facts) {
   const Reception& reception = *facts.reception;
-  const double missing = static_cast<double>(reception.interface.packets - reception.protocols.ipReceived);
+  const double missing = static_cast<double>(reception.interface.packets - reception.interface.dropped -
+                                             reception.protocols.ipReceived);
   const bool isStream = missing > fewPackets * facts.ExpectedPackets();
   return isStream && facts.LacksFrames() && facts.path.interface.name != "lo" ? missing : 0.0;
 }
@@ -248,8 +249,6 @@ std::optional<Verdict> bandwidth(const Facts& facts) {
                   facts.settings.payloadBytes.value_or(0.0), asked * 8e-6)};
   double carried = 0.0;  // bytes a second
   const double delay = packetDelaySeconds(facts);
-  const double link = std::min(static_cast<double>(facts.path.interface.megabits.value_or(1'000'000)),
-                               facts.settings.linkMegabits.value_or(1e6));
   const double filled = filledLink(arrivedWireBytes(facts) / std::max(reception.countedSeconds, 0.1));
   if (delay * facts.PacketsOfFrame() * facts.AskedRate() > 1.0) {
     carried = facts.WireBytesOfFrame() / (delay * facts.PacketsOfFrame());
@@ -257,15 +256,15 @@ std::optional<Verdict> bandwidth(const Facts& facts) {
         fmt::format("the packet delay, {:.0f} us for each of {:.0f} packets, leaves room for {:.3g} "
                     "frames/s",
                     delay * 1e6, facts.PacketsOfFrame(), carried / facts.WireBytesOfFrame()));
-  } else if (asked * 8e-6 > link) {
-    carried = link / 8e-6;
-    evidence.push_back(fmt::format("the link carries {:.0f} Mb/s", link));
+  } else if (asked > facts.LinkBytes()) {
+    carried = facts.LinkBytes();
+    evidence.push_back(fmt::format("the link carries {:.0f} Mb/s", carried * 8e-6));
   } else if (filled != 0.0 && asked * 8e-6 > filled) {
     carried = filled / 8e-6;
     evidence.push_back(fmt::format("what came fills a link of {:.0f} Mb/s", filled));
   }
   if (carried == 0.0 || !isShort) return {};
-  evidence.push_back(fmt::format("{}, {:.3g} frames/s", CameText(reception), reception.rate));
+  evidence.push_back(CameAtRateText(reception));
   const double rate = 0.9 * carried / facts.WireBytesOfFrame();
   Verdict verdict{"bandwidth",
                   "The settings ask for more frames than the link carries",
@@ -274,8 +273,9 @@ std::optional<Verdict> bandwidth(const Facts& facts) {
                    "or make the frame smaller: Width, Height, PixelFormat, binning"}};
   if (delay > 0.0)
     verdict.todo.push_back("or lower the packet delay: " + CommandText(facts, "set GevSCPD=0"));
-  if (facts.settings.throughputLimit || facts.settings.hasThroughputMode)
-    verdict.remedies = {{"DeviceLinkThroughputLimit", fmt::format("{:.0f}", 0.9 * carried), {}}};
+  if (delay == 0.0 && facts.settings.hasThroughputMode)
+    verdict.remedies = {{"DeviceLinkThroughputLimitMode", "On", {}},
+                        {"DeviceLinkThroughputLimit", fmt::format("{:.0f}", 0.9 * carried), {}}};
   return verdict;
 }
 

@@ -81,7 +81,7 @@ std::optional<Verdict> exposure(const Facts& facts) {
                   "The exposure takes longer than a frame's time, and decides the rate",
                   {fmt::format("{} is {:.0f} us, which allows {:.3g} frames/s", settings.exposureName,
                                time * 1e6, 1.0 / time),
-                   fmt::format("{}, {:.3g} frames/s", CameText(reception), reception.rate)},
+                   CameAtRateText(reception)},
                   {CommandText(facts, fmt::format("set {}={:.0f}", settings.exposureName, longest * 0.9e6))}};
   if (settings.frameRate)
     verdict.evidence.insert(verdict.evidence.begin() + 1,
@@ -108,18 +108,26 @@ std::optional<Verdict> throughputLimit(const Facts& facts) {
   if (!facts.reception || !settings.throughputLimit || !settings.payloadBytes) return {};
   const double asked = facts.AskedRate() * *settings.payloadBytes;
   if (asked <= *settings.throughputLimit || facts.reception->rate > muchSlower * facts.AskedRate()) return {};
-  const Remedy remedy = settings.hasThroughputMode
-                            ? Remedy{"DeviceLinkThroughputLimitMode", "Off", {}}
-                            : Remedy{"DeviceLinkThroughputLimit", fmt::format("{:.0f}", asked * 1.1), {}};
-  return Verdict{"throughput-limit",
-                 "The camera's throughput limit holds frames back",
-                 {fmt::format("DeviceLinkThroughputLimit is {:.1f} MB/s", *settings.throughputLimit / 1e6),
-                  fmt::format("{:.3g} frames/s of {:.0f} bytes need {:.1f} MB/s", facts.AskedRate(),
-                              *settings.payloadBytes, asked / 1e6),
-                  fmt::format("{}, {:.3g} frames/s", CameText(*facts.reception), facts.reception->rate)},
-                 {CommandText(facts, fmt::format("set {}={}", remedy.name, remedy.value))},
-                 ExitStatus::Incomplete,
-                 {remedy}};
+  Verdict verdict{"throughput-limit",
+                  "The camera's throughput limit holds frames back",
+                  {fmt::format("DeviceLinkThroughputLimit is {:.1f} MB/s", *settings.throughputLimit / 1e6),
+                   fmt::format("{:.3g} frames/s of {:.0f} bytes need {:.1f} MB/s", facts.AskedRate(),
+                               *settings.payloadBytes, asked / 1e6),
+                   CameAtRateText(*facts.reception)},
+                  {}};
+  if (asked > facts.LinkBytes()) {
+    verdict.evidence.push_back(fmt::format(
+        "the link carries {:.1f} MB/s: without the limit frames would be lost", facts.LinkBytes() / 1e6));
+    verdict.todo = {CommandText(facts, fmt::format("set {}={:.3g}", settings.frameRateName,
+                                                   *settings.throughputLimit / *settings.payloadBytes))};
+    return verdict;
+  }
+  verdict.remedies = {settings.hasThroughputMode
+                          ? Remedy{"DeviceLinkThroughputLimitMode", "Off", {}}
+                          : Remedy{"DeviceLinkThroughputLimit", fmt::format("{:.0f}", asked * 1.1), {}}};
+  verdict.todo = {CommandText(
+      facts, fmt::format("set {}={}", verdict.remedies.front().name, verdict.remedies.front().value))};
+  return verdict;
 }
 
 }  // namespace

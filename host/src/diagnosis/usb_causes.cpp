@@ -58,7 +58,8 @@ std::optional<Verdict> speed(const Facts& facts) {
       {fmt::format("{:.3g} frames/s of {:.0f} bytes are {:.0f} Mb/s", facts.AskedRate(),
                    *facts.settings.payloadBytes, asked),
        fmt::format("the link has {} Mb/s{}", *camera.megabits,
-                   isOld ? ": that of a USB 2 port or cable" : ", of which 80 % carry pictures")},
+                   isOld ? ": that of a USB 2 port or cable" : ", of which 80 % carry pictures"),
+       CameAtRateText(*facts.reception)},
       {isOld ? "plug it into a USB 3 port with a USB 3 cable"
              : CommandText(facts, fmt::format("set {}={:.3g}", facts.settings.frameRateName,
                                               0.9 * usableShare * static_cast<double>(*camera.megabits) /
@@ -74,7 +75,8 @@ std::optional<Verdict> memory(const Facts& facts) {
                  "The system gives USB transfers less memory than the frames need",
                  {fmt::format("usbfs_memory_mb is {}; {:.0f} frames of {:.1f} MB are {:.0f} MB",
                               *facts.usbMemoryMegabytes, libraryBuffers,
-                              facts.settings.payloadBytes.value_or(0.0) / 1e6, needed / 1e6)},
+                              facts.settings.payloadBytes.value_or(0.0) / 1e6, needed / 1e6),
+                  CameText(*facts.reception)},
                  {"echo 1000 > /sys/module/usbcore/parameters/usbfs_memory_mb"}};
 }
 

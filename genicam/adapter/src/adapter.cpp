@@ -12,8 +12,8 @@
 #include "brio/fnd/datatype_names.h"  // the library's own tables, made while it loads
 #include "brio/fnd/record.h"
 #include "feature_access.h"
-#include "held_signals.h"
 #include "frame.h"
+#include "held_signals.h"
 #include "parameter_report.h"
 #include "vireo/genicam/xml_parser.h"
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "links.h"
 
-#include <cstring>
 #include <utility>
 
 namespace vireo::genicam {
@@ -40,11 +39,6 @@ AccessMode narrowed(AccessMode a, AccessMode b) {
 
 AccessMode Traits::allowed() const {
   return narrowed(access.value_or(AccessMode::ReadWrite), imposed.value_or(AccessMode::ReadWrite));
-}
-
-bool isEntryCondition(const char* name) {
-  return name[0] == 'p' &&
-         (std::strcmp(name, "pIsImplemented") == 0 || std::strcmp(name, "pIsAvailable") == 0);
 }
 
 Links::Links(const NodeIndex& nodeIndex, const std::vector<NodeId>& features)
@@ -95,27 +89,39 @@ void Links::follow(Place place) {
   nodes[place].firstVariable = static_cast<std::uint32_t>(targets.size());
   addVariables(place);
   nodes[place].endOfVariables = static_cast<std::uint32_t>(targets.size());
-  if (nodes[place].facts->kind == ElementKind::Enumeration) addEntryConditions(id);
+  nodes[place].firstEntry = static_cast<std::uint32_t>(entries.size());
+  if (nodes[place].facts->kind == ElementKind::Enumeration) addEntries(id);
+  nodes[place].endOfEntries = static_cast<std::uint32_t>(entries.size());
+}
+
+void Links::addTarget(pugi::xml_node link) {
+  const NodeId target = index_.find(index_.textOf(link));
+  if (target != noNode) targets.push_back(add(target));
 }
 
 // All that the children of one name lead to.
 void Links::addTargets(NodeId id, Property property) {
   pugi::xml_node child = index_.element(id, property);
-  for (; child; child = child.next_sibling(child.name())) {
-    const NodeId target = index_.find(index_.textOf(child));
-    if (target != noNode) targets.push_back(add(target));
-  }
+  for (; child; child = child.next_sibling(child.name())) addTarget(child);
 }
 
-void Links::addEntryConditions(NodeId id) {
-  pugi::xml_node entry = index_[id].element.child("EnumEntry");
-  for (; entry; entry = entry.next_sibling("EnumEntry")) {
-    for (pugi::xml_node child = entry.first_child(); child; child = child.next_sibling()) {
-      if (!isEntryCondition(child.name())) continue;
-      const NodeId condition = index_.find(index_.textOf(child));
-      if (condition != noNode) add(condition);
-    }
+void Links::addEntries(NodeId id) {
+  pugi::xml_node element = index_[id].element.child("EnumEntry");
+  for (; element; element = element.next_sibling("EnumEntry")) addEntry(element);
+}
+
+void Links::addEntry(pugi::xml_node element) {
+  Entry entry;
+  entry.name = index_.shown(element.attribute("Name").value());
+  entry.firstCondition = static_cast<std::uint32_t>(targets.size());
+  for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
+    const std::optional<Property> property = propertyNamed(child.name());
+    if (property == Property::Value && entry.value.empty()) entry.value = index_.textOf(child);
+    if (property == Property::PIsImplemented || property == Property::PIsAvailable) addTarget(child);
   }
+  entry.endOfConditions = static_cast<std::uint32_t>(targets.size());
+  if (entry.value.empty()) entry.value = index_.shown(element.attribute("Value").value());
+  entries.push_back(entry);
 }
 
 // Most formulas ask a register: then the other variables need not be followed.

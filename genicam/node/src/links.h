@@ -72,6 +72,15 @@ struct TextSource {
   bool isShared = true;
 };
 
+/// An enumeration's entry.
+struct Entry {
+  std::string_view name;
+  std::string_view value;
+  // Places in Links::targets: what says whether it is implemented and available.
+  std::uint32_t firstCondition = 0;
+  std::uint32_t endOfConditions = 0;
+};
+
 /// A node, the nodes that it names, and what is found out about it.
 struct LinkedNode {
   const ElementFacts* facts = nullptr;
@@ -95,6 +104,8 @@ struct LinkedNode {
   std::uint32_t firstCopy = 0;
   std::uint32_t firstVariable = 0;
   std::uint32_t endOfVariables = 0;
+  std::uint32_t firstEntry = 0;  ///< in Links::entries
+  std::uint32_t endOfEntries = 0;
 
   Literal literal;
   Offer offer;
@@ -105,9 +116,6 @@ struct LinkedNode {
   TextSource representation;
   TextSource text;  ///< a String's literal value
 };
-
-/// Whether a child of an enumeration's entry names a condition for the entry.
-bool isEntryCondition(const char* name);
 
 /// The features and every node that they lead to, each once, with all links followed. `inOrder` has a node
 /// behind pValue before those that name it; a circle of pValue is cut and its nodes are marked.
@@ -124,6 +132,7 @@ class Links {
 
   std::vector<LinkedNode> nodes;
   std::vector<Place> targets;
+  std::vector<Entry> entries;
   std::vector<Place> inOrder;
   bool hasIndexed = false;  ///< some index selects from nodes
 
@@ -134,7 +143,9 @@ class Links {
   Traits traitsOf(NodeId id);
   void addTargets(NodeId id, Property property);
   void addVariables(Place place);
-  void addEntryConditions(NodeId id);
+  void addEntries(NodeId id);
+  void addEntry(pugi::xml_node element);
+  void addTarget(pugi::xml_node link);
   bool hasOpenVariable(NodeId id) const;
   void sort();
   void cut(Place circle);

@@ -4,7 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstring>
+#include <cstdint>
 
 #include "brio/fnd/record.h"
 #include "literals.h"
@@ -13,7 +13,7 @@
 namespace vireo::genicam {
 namespace {
 
-/// Everything the kinds of nodes are built from.
+// Everything the kinds of nodes are built from.
 struct Described {
   const NodeIndex& index;
   const Links& links;
@@ -68,27 +68,14 @@ void fill(StringNode& node, const Described& described) {
 
 void fill(CommandNode&, const Described&) {}
 
-/// What an enumeration's entry says.
-struct Entry {
-  std::string_view name;
-  std::string_view value;
-  bool canBe = true;  ///< no constant says that it is never implemented or available
-};
-
-Entry readEntry(const Described& described, pugi::xml_node element) {
-  const NodeIndex& index = described.index;
-  Entry entry = {index.shown(element.attribute("Name").value()), {}, true};
-  for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
-    const char* const name = child.name();
-    if (entry.value.empty() && std::strcmp(name, "Value") == 0) entry.value = index.textOf(child);
-    if (isEntryCondition(name) && answerAt(described.links, described.links.target(child)) == false)
-      entry.canBe = false;
-  }
-  if (entry.value.empty()) entry.value = index.shown(element.attribute("Value").value());
-  return entry;
+// Whether no constant says that it is never implemented or available.
+bool canBe(const Links& links, const Entry& entry) {
+  const auto allows = [&](Place condition) { return answerAt(links, condition) != false; };
+  return std::all_of(links.targets.begin() + entry.firstCondition,
+                     links.targets.begin() + entry.endOfConditions, allows);
 }
 
-/// Takes an entry; gives the reason where it does not.
+// Takes an entry; gives the reason where it does not.
 std::string addEntry(EnumerationNode& node, const Entry& entry, const std::optional<Number>& current) {
   const std::optional<Number> number = parseInteger(entry.value);
   if (entry.name.empty()) return "it has no name";
@@ -101,11 +88,11 @@ std::string addEntry(EnumerationNode& node, const Entry& entry, const std::optio
 }
 
 void fill(EnumerationNode& node, const Described& described) {
-  pugi::xml_node element = described.element().child("EnumEntry");
-  for (; element; element = element.next_sibling("EnumEntry")) {
-    const Entry entry = readEntry(described, element);
-    if (!entry.canBe) continue;
-    const std::string fault = addEntry(node, entry, described.found.literal.number);
+  const LinkedNode& found = described.found;
+  for (std::uint32_t i = found.firstEntry; i < found.endOfEntries; ++i) {
+    const Entry& entry = described.links.entries[i];
+    if (!canBe(described.links, entry)) continue;
+    const std::string fault = addEntry(node, entry, found.literal.number);
     if (!fault.empty()) {
       BRIO_LOG_DEBUG("entry '{}' of feature '{}' is left out: {}", oneLine(entry.name), oneLine(node.name),
                      fault);

@@ -96,9 +96,9 @@ std::string_view upToEndTag(std::string_view text) {
 
 // The bytes decide, not the declaration: cameras that claim UTF-8 and send the degree sign as one byte mean
 // Latin-1, where every byte is a character, and what is UTF-8 by accident makes no sense.
-pugi::xml_encoding encodingOf(std::string_view text, bool isAscii) {
+pugi::xml_encoding encodingOf(std::string_view text, bool isPlain) {
   if (hasWideByteOrderMark(text)) return pugi::encoding_auto;
-  return isAscii || isUtf8(text) ? pugi::encoding_utf8 : pugi::encoding_latin1;
+  return isPlain || isUtf8(text) ? pugi::encoding_utf8 : pugi::encoding_latin1;
 }
 
 std::size_t linesIn(std::string_view text) {
@@ -203,15 +203,15 @@ void Document::read(const std::string& text) {
   const std::string_view markup = std::string_view(text).substr(start);
   const bool wide = hasWideByteOrderMark(markup);
   const std::string_view tags = wide ? markup : upToLastTag(markup);
-  const bool isAscii = isPlainAscii(tags);
+  const bool isPlain = isPlainMarkup(tags);
   const auto load = [&](std::string_view part) {
-    return tree_.load_buffer(part.data(), part.size(), parseOptions, encodingOf(part, isAscii));
+    return tree_.load_buffer(part.data(), part.size(), parseOptions, encodingOf(part, isPlain));
   };
   pugi::xml_parse_result result = load(tags);
   if (!result && !wide && upToEndTag(tags).size() < tags.size()) result = load(upToEndTag(tags));
   const MarkupText source = {text, start, result.encoding};
   // A character reference can stand for anything.
-  isAllPlain_ = isAscii && tags.find("&#") == std::string_view::npos;
+  isAllPlain_ = isPlain && tags.find("&#") == std::string_view::npos;
   if (!result) failAt(source, static_cast<std::size_t>(result.offset), result.description());
   if (std::strcmp(root().name(), rootElement) != 0) {
     fail(fmt::format("the root element at {} is '{}', expected '{}'",

@@ -93,6 +93,18 @@ bool isShownAscii(std::uint64_t eight) {
   return isAscii(eight | (eight - inEachByte * 0x20));
 }
 
+// Whether it is ASCII without control characters other than white space.
+bool isPlainAscii(std::string_view text) {
+  // No early end, so that the compiler makes vector instructions of it. As a signed number, what is not ASCII
+  // is below a blank as well.
+  signed char odd = 0;
+  for (const char c : text) {
+    const auto byte = static_cast<signed char>(c);
+    odd |= static_cast<signed char>((byte < ' ') & (byte != '\n') & (byte != '\t') & (byte != '\r'));
+  }
+  return odd == 0;
+}
+
 }  // namespace
 
 bool isUtf8(std::string_view text) {
@@ -115,15 +127,20 @@ bool isPlain(std::string_view text) {
   return std::all_of(rest.begin(), rest.end(), isShown) || shown(text) == text;
 }
 
-bool isPlainAscii(std::string_view text) {
-  // No early end, so that the compiler makes vector instructions of it. As a signed number, what is not ASCII
-  // is below a blank as well.
-  signed char odd = 0;
-  for (const char c : text) {
-    const auto byte = static_cast<signed char>(c);
-    odd |= static_cast<signed char>((byte < ' ') & (byte != '\n') & (byte != '\t') & (byte != '\r'));
+bool isPlainMarkup(std::string_view text) {
+  constexpr std::size_t stretch = 512;
+  while (!text.empty()) {
+    const std::string_view next = text.substr(0, stretch);
+    if (isPlainAscii(next)) {
+      text.remove_prefix(next.size());
+      continue;
+    }
+    while (text.data() < next.data() + next.size()) {
+      const char first = text.front();
+      if (takeCharacter(text).empty() && !isBreak(first) && first != '\r') return false;
+    }
   }
-  return odd == 0;
+  return true;
 }
 
 std::string plain(std::string_view text) {

@@ -12,9 +12,9 @@ bool isUtf8(std::string_view text);
 /// U+007F.
 bool isPlain(std::string_view text);
 
-/// Whether every part of `text` is plain for sure: it is ASCII without control characters other than white
-/// space.
-bool isPlainAscii(std::string_view text);
+/// Whether every text in this markup is plain, as long as no character reference stands for anything else:
+/// XML takes carriage returns for line ends.
+bool isPlainMarkup(std::string_view text);
 
 /// `text` with U+FFFD for each byte or character that cannot be shown.
 std::string plain(std::string_view text);

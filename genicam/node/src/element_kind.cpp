@@ -4,8 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-
-#include "name_table.h"
+#include <utility>
 
 namespace vireo::genicam {
 namespace {
@@ -48,11 +47,93 @@ constexpr bool standsAtItsKind(const ElementFacts& facts) {
 }
 static_assert(std::all_of(elementRows.begin(), elementRows.end(), standsAtItsKind));
 
-constexpr NameTable kindsByName([] {
-  std::array<std::pair<std::string_view, ElementKind>, elementRows.size()> rows;
-  for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = {elementRows[i].element, elementRows[i].kind};
-  return rows;
-}());
+using PropertyName = std::pair<std::string_view, Property>;
+
+constexpr std::array propertyRows = {
+    PropertyName{"AccessMode", Property::AccessMode},
+    PropertyName{"Bit", Property::Bit},
+    PropertyName{"Constant", Property::Constant},
+    PropertyName{"Description", Property::Description},
+    PropertyName{"DisplayName", Property::DisplayName},
+    PropertyName{"Expression", Property::Expression},
+    PropertyName{"Formula", Property::Formula},
+    PropertyName{"FormulaFrom", Property::FormulaFrom},
+    PropertyName{"ImposedAccessMode", Property::ImposedAccessMode},
+    PropertyName{"Inc", Property::Inc},
+    PropertyName{"LSB", Property::LSB},
+    PropertyName{"Length", Property::Length},
+    PropertyName{"MSB", Property::MSB},
+    PropertyName{"Max", Property::Max},
+    PropertyName{"Min", Property::Min},
+    PropertyName{"OnValue", Property::OnValue},
+    PropertyName{"Representation", Property::Representation},
+    PropertyName{"Sign", Property::Sign},
+    PropertyName{"ToolTip", Property::ToolTip},
+    PropertyName{"Unit", Property::Unit},
+    PropertyName{"Value", Property::Value},
+    PropertyName{"ValueDefault", Property::ValueDefault},
+    PropertyName{"ValueIndexed", Property::ValueIndexed},
+    PropertyName{"Visibility", Property::Visibility},
+    PropertyName{"pInc", Property::PInc},
+    PropertyName{"pIndex", Property::PIndex},
+    PropertyName{"pIsAvailable", Property::PIsAvailable},
+    PropertyName{"pIsImplemented", Property::PIsImplemented},
+    PropertyName{"pIsLocked", Property::PIsLocked},
+    PropertyName{"pMax", Property::PMax},
+    PropertyName{"pMin", Property::PMin},
+    PropertyName{"pValue", Property::PValue},
+    PropertyName{"pValueCopy", Property::PValueCopy},
+    PropertyName{"pValueDefault", Property::PValueDefault},
+    PropertyName{"pValueIndexed", Property::PValueIndexed},
+    PropertyName{"pVariable", Property::PVariable},
+};
+static_assert(propertyRows.size() == static_cast<std::size_t>(Property::Count));
+
+// All names, each in a slot of its own, which its length and three of its letters tell, or this does not
+// compile. So a look-up is one comparison whose outcome alone a processor has to guess: every element of a
+// description is looked up.
+class NameTable {
+ public:
+  consteval NameTable() {
+    for (const ElementFacts& row : elementRows) add(row.element).kind = row.kind;
+    for (const auto& [name, property] : propertyRows) add(name).property = property;
+    add("EnumEntry").mayHoldNodes = false;
+    add("Extension").mayHoldNodes = false;
+  }
+
+  const ElementName& find(const char* name) const {
+    static constexpr ElementName unknown;
+    const std::size_t size = std::strlen(name);
+    if (size == 0 || size > longestName) return unknown;
+    const Slot& slot = slots_[slotOf(name, size)];
+    return std::memcmp(slot.name.data(), name, size + 1) == 0 ? slot.meaning : unknown;
+  }
+
+ private:
+  static constexpr std::size_t slotCount = 256;
+  static constexpr std::size_t longestName = 19;
+
+  struct Slot {
+    std::array<char, longestName + 1> name{};  // filled up with NUL
+    ElementName meaning;
+  };
+
+  static constexpr std::size_t slotOf(const char* name, std::size_t size) {
+    const auto letter = [&](std::size_t i) { return static_cast<unsigned char>(name[i]); };
+    return (size * 9 + letter(0) * 33u + letter(size / 2) + letter(size - 1) * 22u) % slotCount;
+  }
+
+  consteval ElementName& add(std::string_view name) {
+    Slot& slot = slots_[slotOf(name.data(), name.size())];
+    if (slot.name[0] != '\0' || name.size() > longestName) throw "two names of one slot, or a name too long";
+    std::copy(name.begin(), name.end(), slot.name.begin());
+    return slot.meaning;
+  }
+
+  std::array<Slot, slotCount> slots_{};
+};
+
+constexpr NameTable names;
 
 }  // namespace
 
@@ -60,13 +141,8 @@ const ElementFacts& factsOf(ElementKind kind) {
   return elementRows[static_cast<std::size_t>(kind)];
 }
 
-std::optional<ElementKind> elementKind(const char* element) {
-  const ElementKind* const kind = kindsByName.find(element);
-  return kind == nullptr ? std::nullopt : std::optional(*kind);
-}
-
-bool mayHoldNodes(const char* element) {
-  return std::strcmp(element, "EnumEntry") != 0 && std::strcmp(element, "Extension") != 0;
+const ElementName& elementNamed(const char* name) {
+  return names.find(name);
 }
 
 }  // namespace vireo::genicam

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string_view>
 
+#include "properties.h"
 #include "vireo/genicam/node.h"
 
 namespace vireo::genicam {
@@ -60,11 +61,15 @@ struct ElementFacts {
 
 const ElementFacts& factsOf(ElementKind kind);
 
-/// Nothing for an element that is not a node.
-std::optional<ElementKind> elementKind(const char* element);
+/// What the name of an element tells.
+struct ElementName {
+  std::optional<ElementKind> kind;   ///< nothing for an element that is not a node
+  std::optional<Property> property;  ///< nothing for one that says nothing of the node around it
+  /// An enumeration's entries have names of their own, an Extension is its maker's business: no nodes in
+  /// either.
+  bool mayHoldNodes = true;
+};
 
-/// An enumeration's entries have names of their own, an Extension is its maker's business: no nodes in
-/// either.
-bool mayHoldNodes(const char* element);
+const ElementName& elementNamed(const char* name);
 
 }  // namespace vireo::genicam

@@ -28,7 +28,7 @@ NodeIndex::NodeIndex(Document& description) : document_(description) {
 // In document order without recursion: what is opened last is walked first.
 void NodeIndex::walk(pugi::xml_node root) {
   found_.resize(propertyCount);
-  std::vector<Open> open = {{root, noNode}};
+  std::vector<Open> open = {{root, std::nullopt, noNode}};
   std::vector<Open> below;
   while (!open.empty()) {
     const Open at = open.back();
@@ -42,12 +42,11 @@ void NodeIndex::walk(pugi::xml_node root) {
 }
 
 NodeId NodeIndex::add(const Open& open) {
-  const std::optional<ElementKind> kind = elementKind(open.element.name());
-  if (!kind) return noNode;
+  if (!open.kind) return noNode;
   const std::string_view name = document_.shown(open.element.attribute("Name").value());
-  if (name.empty() && *kind != ElementKind::StructReg) return noNode;
-  const NodeId structure = *kind == ElementKind::StructEntry ? open.structure : noNode;
-  nodes_.push_back({open.element, name, {}, 0, structure, *kind});
+  if (name.empty() && *open.kind != ElementKind::StructReg) return noNode;
+  const NodeId structure = *open.kind == ElementKind::StructEntry ? open.structure : noNode;
+  nodes_.push_back({open.element, name, {}, 0, structure, *open.kind});
   return size() - 1;
 }
 
@@ -56,11 +55,11 @@ void NodeIndex::readChildren(const Open& open, NodeId id, std::vector<Open>& bel
   const NodeId structure = id != noNode && nodes_[id].kind == ElementKind::StructReg ? id : noNode;
   PropertySet present;
   for (pugi::xml_node child = open.element.first_child(); child; child = child.next_sibling()) {
-    const char* const name = child.name();
-    const std::optional<Property> property = id == noNode ? std::nullopt : propertyNamed(name);
+    const ElementName& name = elementNamed(child.name());
+    const std::optional<Property> property = id == noNode ? std::nullopt : name.property;
     if (!property) {
-      if ((child.first_child() || child.first_attribute()) && mayHoldNodes(name))
-        below.push_back({child, structure});
+      if (name.mayHoldNodes && (child.first_child() || child.first_attribute()))
+        below.push_back({child, name.kind, structure});
     } else if (!present.has(*property) && !isEmpty(child)) {
       present.add(*property);
       found_[static_cast<std::size_t>(*property)] = child;

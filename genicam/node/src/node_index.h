@@ -60,6 +60,7 @@ class NodeIndex {
   };
   struct Open {
     pugi::xml_node element;
+    std::optional<ElementKind> kind;
     NodeId structure;
   };
 

@@ -3,7 +3,6 @@
 
 #include <bit>
 #include <cstdint>
-#include <optional>
 
 namespace vireo::genicam {
 
@@ -47,8 +46,6 @@ enum class Property : std::uint8_t {
   PVariable,
   Count,
 };
-
-std::optional<Property> propertyNamed(const char* element);
 
 /// Which properties a node has, a bit for each.
 class PropertySet {

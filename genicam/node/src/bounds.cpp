@@ -37,37 +37,38 @@ std::optional<Number> said(const NodeIndex& index, const Links& links, const Lin
 }
 
 // A range only counts whole: half of one may be the other half behind a formula.
-void inheritConverted(const NodeIndex& index, const Links& links, LinkedNode& node) {
-  const Bounds& behind = links.nodes[node.behind].bounds;
+void inheritConverted(const NodeIndex& index, const Links& links, const LinkedNode& node, Shown& shown) {
+  const Bounds& behind = links.shownBehind(node).bounds;
   if (!behind.min || !behind.max) return;
   const auto range = convertedRange(index, links, node, *behind.min, *behind.max);
-  if (range) node.bounds = {range->first, range->second};
+  if (range) shown.bounds = {range->first, range->second};
 }
 
-void inheritBounds(const NodeIndex& index, const Links& links, LinkedNode& node) {
+void inheritBounds(const NodeIndex& index, const Links& links, const LinkedNode& node, Shown& shown) {
   if (node.behind == nowhere) {
     const auto range = registerRange(index, node.id, node.traits.isSigned);
-    if (range) node.bounds = {range->min, range->max};
+    if (range) shown.bounds = {range->min, range->max};
     return;
   }
   if (node.facts->isFormula()) {
-    inheritConverted(index, links, node);
+    inheritConverted(index, links, node, shown);
     return;
   }
-  const LinkedNode& behind = links.nodes[node.behind];
-  if (behind.bounds.min) node.bounds.min = inKind(*behind.bounds.min, *node.facts);
-  if (behind.bounds.max) node.bounds.max = inKind(*behind.bounds.max, *node.facts);
+  const Shown& behind = links.shownBehind(node);
+  Bounds& bounds = shown.bounds;
+  if (behind.bounds.min) bounds.min = inKind(*behind.bounds.min, *node.facts);
+  if (behind.bounds.max) bounds.max = inKind(*behind.bounds.max, *node.facts);
   // A float cannot be set to what no integer holds.
-  if (node.facts->isFloat() && !behind.facts->isFloat()) {
-    if (!node.bounds.min) node.bounds.min = toFloat(std::numeric_limits<std::int64_t>::min());
-    if (!node.bounds.max) node.bounds.max = toFloat(std::numeric_limits<std::int64_t>::max());
+  if (node.facts->isFloat() && !links.nodes[node.behind].facts->isFloat()) {
+    if (!bounds.min) bounds.min = toFloat(std::numeric_limits<std::int64_t>::min());
+    if (!bounds.max) bounds.max = toFloat(std::numeric_limits<std::int64_t>::max());
   }
-  node.step = behind.step;
+  shown.step = behind.step;
 }
 
 // What a node says itself, over what it inherits.
-Bounds ownBounds(const NodeIndex& index, const Links& links, const LinkedNode& node) {
-  Bounds own = node.bounds;
+Bounds ownBounds(const NodeIndex& index, const Links& links, const LinkedNode& node, const Shown& shown) {
+  Bounds own = shown.bounds;
   if (const auto min = said(index, links, node, Property::Min, node.minimum))
     own.min = inKind(*min, *node.facts);
   if (const auto max = said(index, links, node, Property::Max, node.maximum))
@@ -77,37 +78,36 @@ Bounds ownBounds(const NodeIndex& index, const Links& links, const LinkedNode& n
 
 }  // namespace
 
-void findBounds(const NodeIndex& index, const Links& links, LinkedNode& node) {
-  inheritBounds(index, links, node);
-  const Bounds own = ownBounds(index, links, node);
-  node.isContradictory = own.min && own.max && *own.max < *own.min;
-  if (!node.isContradictory) node.bounds = own;
+void findBounds(const NodeIndex& index, const Links& links, const LinkedNode& node, Shown& shown) {
+  inheritBounds(index, links, node, shown);
+  const Bounds own = ownBounds(index, links, node, shown);
+  shown.isContradictory = own.min && own.max && *own.max < *own.min;
+  if (!shown.isContradictory) shown.bounds = own;
   const std::optional<Number> step = said(index, links, node, Property::Inc, node.increment);
-  if (step && toFloat(*step) > 0) node.step = step;
+  if (step && toFloat(*step) > 0) shown.step = step;
 }
 
-void findTexts(const NodeIndex& index, const Links& links, LinkedNode& node) {
-  const auto inherit = [&](TextSource LinkedNode::*text) {
-    const TextSource& behind = links.nodes[node.behind].*text;
-    if (behind.isShared) node.*text = behind;
+void findTexts(const NodeIndex& index, const Links& links, const LinkedNode& node, Shown& shown) {
+  const auto inherit = [&](TextSource Shown::*text) {
+    const TextSource& behind = links.shownBehind(node).*text;
+    if (behind.isShared) shown.*text = behind;
   };
-  const auto take = [&](TextSource LinkedNode::*text, Property property) {
+  const auto take = [&](TextSource Shown::*text, Property property) {
     if (index.has(node.id, property))
-      node.*text = {node.id, index.text(node.id, property).size() <= maxSharedText};
+      shown.*text = {node.id, index.text(node.id, property).size() <= maxSharedText};
   };
   if (node.behind != nowhere) {
-    inherit(&LinkedNode::unit);
-    inherit(&LinkedNode::representation);
-    inherit(&LinkedNode::text);
+    inherit(&Shown::unit);
+    inherit(&Shown::representation);
+    inherit(&Shown::text);
   }
-  take(&LinkedNode::unit, Property::Unit);
-  take(&LinkedNode::representation, Property::Representation);
-  if (node.facts->kind == ElementKind::String && node.behind == nowhere)
-    take(&LinkedNode::text, Property::Value);
+  take(&Shown::unit, Property::Unit);
+  take(&Shown::representation, Property::Representation);
+  if (node.facts->kind == ElementKind::String && node.behind == nowhere) take(&Shown::text, Property::Value);
 }
 
 std::string contradictionText(const NodeIndex& index, const Links& links, const LinkedNode& node) {
-  const Bounds own = ownBounds(index, links, node);
+  const Bounds own = ownBounds(index, links, node, links.shown[node.shown]);
   return fmt::format("its minimum {} is above its maximum {}", written(*own.min), written(*own.max));
 }
 

@@ -3,12 +3,12 @@
 
 namespace vireo::genicam {
 
-FeatureDetails detailsOf(const NodeIndex& index, const LinkedNode& found) {
+FeatureDetails detailsOf(const NodeIndex& index, const Links& links, const LinkedNode& found) {
   FeatureDetails details;
   pugi::xml_node child = index[found.id].element.child("pSelected");
   for (; child; child = child.next_sibling("pSelected")) details.selected.emplace_back(index.textOf(child));
-  if (found.representation.from != noNode)
-    details.representation = index.text(found.representation.from, Property::Representation);
+  const NodeId source = links.shown[found.shown].representation.from;
+  if (source != noNode) details.representation = index.text(source, Property::Representation);
   return details;
 }
 

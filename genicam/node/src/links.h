@@ -72,6 +72,16 @@ struct TextSource {
   bool isShared = true;
 };
 
+/// What a feature shows beside its value, by itself or by what stands behind it.
+struct Shown {
+  Bounds bounds;
+  std::optional<Number> step;
+  bool isContradictory = false;  ///< its own bounds leave no value, and do not count
+  TextSource unit;
+  TextSource representation;
+  TextSource text;  ///< a String's literal value
+};
+
 /// An enumeration's entry.
 struct Entry {
   std::string_view name;
@@ -89,9 +99,7 @@ struct LinkedNode {
   bool isCircular = false;     ///< its pValue led back to it, and was cut
   bool isOpenFormula = false;  ///< a variable of its formula is not a constant for sure
   bool isFollowed = false;
-  bool isShown = false;          ///< a feature, or behind one: only their bounds and texts are asked for
-  bool isWritable = false;       ///< a write to some feature ends here
-  bool isContradictory = false;  ///< its own bounds leave no value, and do not count
+  bool isWritable = false;  ///< a write to some feature ends here
   Traits traits;
   Place behind = nowhere;  ///< the node that pValue names
   Place minimum = nowhere;
@@ -110,11 +118,8 @@ struct LinkedNode {
   Literal literal;
   Offer offer;
   Offer lastOffer;  ///< of the round before
-  Bounds bounds;
-  std::optional<Number> step;
-  TextSource unit;
-  TextSource representation;
-  TextSource text;  ///< a String's literal value
+  bool isShown = false;  ///< a feature, or behind one
+  Place shown = nowhere; ///< in Links::shown, once that is known
 };
 
 /// The features and every node that they lead to, each once, with all links followed. `inOrder` has a node
@@ -130,10 +135,13 @@ class Links {
     return id == noNode ? nowhere : places_[id];
   }
 
+  const Shown& shownBehind(const LinkedNode& node) const { return shown[nodes[node.behind].shown]; }
+
   std::vector<LinkedNode> nodes;
   std::vector<Place> targets;
   std::vector<Entry> entries;
   std::vector<Place> inOrder;
+  std::vector<Shown> shown;  ///< of features and what stands behind them: nobody asks for others'
   bool hasIndexed = false;  ///< some index selects from nodes
 
  private:

@@ -18,6 +18,7 @@ struct Described {
   const NodeIndex& index;
   const Links& links;
   const LinkedNode& found;
+  const Shown& shown;
   std::string_view category;
 
   std::string_view text(Property property) const { return index.text(found.id, property); }
@@ -40,21 +41,23 @@ void fillHeader(NodeHeader& node, const Described& described) {
 }
 
 void fill(IntegerNode& node, const Described& described) {
-  const LinkedNode& found = described.found;
-  if (found.literal.number) node.value = toInteger(*found.literal.number);
-  if (found.bounds.min) node.min = toInteger(*found.bounds.min);
-  if (found.bounds.max) node.max = toInteger(*found.bounds.max);
-  if (found.step) node.inc = std::max<std::int64_t>(1, toInteger(*found.step));
-  node.unit = described.text(found.unit, Property::Unit);
+  const std::optional<Number>& number = described.found.literal.number;
+  const Shown& shown = described.shown;
+  if (number) node.value = toInteger(*number);
+  if (shown.bounds.min) node.min = toInteger(*shown.bounds.min);
+  if (shown.bounds.max) node.max = toInteger(*shown.bounds.max);
+  if (shown.step) node.inc = std::max<std::int64_t>(1, toInteger(*shown.step));
+  node.unit = described.text(shown.unit, Property::Unit);
 }
 
 void fill(FloatNode& node, const Described& described) {
-  const LinkedNode& found = described.found;
-  if (found.literal.number) node.value = toFloat(*found.literal.number);
-  if (found.bounds.min) node.min = toFloat(*found.bounds.min);
-  if (found.bounds.max) node.max = toFloat(*found.bounds.max);
-  node.unit = described.text(found.unit, Property::Unit);
-  node.representation = described.text(found.representation, Property::Representation);
+  const std::optional<Number>& number = described.found.literal.number;
+  const Shown& shown = described.shown;
+  if (number) node.value = toFloat(*number);
+  if (shown.bounds.min) node.min = toFloat(*shown.bounds.min);
+  if (shown.bounds.max) node.max = toFloat(*shown.bounds.max);
+  node.unit = described.text(shown.unit, Property::Unit);
+  node.representation = described.text(shown.representation, Property::Representation);
 }
 
 void fill(BooleanNode& node, const Described& described) {
@@ -63,7 +66,7 @@ void fill(BooleanNode& node, const Described& described) {
 }
 
 void fill(StringNode& node, const Described& described) {
-  node.value = described.text(described.found.text, Property::Value);
+  node.value = described.text(described.shown.text, Property::Value);
 }
 
 void fill(CommandNode&, const Described&) {}
@@ -122,7 +125,8 @@ void buildNode(NodeVariant& node, const NodeIndex& index, const Links& links, co
   constexpr Make makers[] = {makeKind<IntegerNode>, makeKind<FloatNode>,       makeKind<BooleanNode>,
                              makeKind<StringNode>,  makeKind<EnumerationNode>, makeKind<CommandNode>,
                              makeKind<CategoryNode>};
-  makers[static_cast<std::size_t>(found.facts->shownAs.value())](node, {index, links, found, category});
+  const Described described = {index, links, found, links.shown[found.shown], category};
+  makers[static_cast<std::size_t>(found.facts->shownAs.value())](node, described);
 }
 
 }  // namespace vireo::genicam

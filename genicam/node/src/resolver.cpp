@@ -56,8 +56,10 @@ void resolve(const NodeIndex& index, Links& links, const FeatureList& features) 
   markShown(links, features.ids.size());
   inOrder([&](LinkedNode& node) {
     if (!node.isShown) return;
-    findBounds(index, links, node);
-    findTexts(index, links, node);
+    node.shown = static_cast<Place>(links.shown.size());
+    Shown& shown = links.shown.emplace_back();
+    findBounds(index, links, node, shown);
+    findTexts(index, links, node, shown);
   });
 }
 

@@ -22,12 +22,12 @@ void recordFaults(const NodeIndex& index, const Links& links, const LinkedNode& 
   if (isDangling(index, node))
     BRIO_LOG_DEBUG("feature '{}' stands alone: pValue '{}' names no node", oneLine(name),
                    oneLine(index.text(node.id, Property::PValue)));
-  if (node.isContradictory)
+  if (links.shown[node.shown].isContradictory)
     BRIO_LOG_DEBUG("range of feature '{}' is left out: {}", oneLine(name),
                    contradictionText(index, links, node));
 }
 
-/// Calls `take` for each sound feature with its place in the node map, the index, and its linked node.
+// Calls `take` for each sound feature with its name in the node map, the index, the links and its linked node.
 template <typename Take>
 NodeMap parseFeatures(const std::string& xml, const Take& take) {
   Document document(xml);
@@ -47,7 +47,7 @@ NodeMap parseFeatures(const std::string& xml, const Take& take) {
     const auto [made, isNew] = nodes.try_emplace(std::string(name));
     if (!isNew) continue;
     buildNode(made->second, index, links, node, features.categories[i]);
-    take(made->first, index, node);
+    take(made->first, index, links, node);
   }
   return nodes;
 }
@@ -55,14 +55,14 @@ NodeMap parseFeatures(const std::string& xml, const Take& take) {
 }  // namespace
 
 NodeMap XmlParser::parse(const std::string& xml) {
-  return parseFeatures(xml, [](const std::string&, const NodeIndex&, const LinkedNode&) {});
+  return parseFeatures(xml, [](const auto&...) {});
 }
 
 DetailedFeatures parseWithDetails(const std::string& xml) {
   DetailedFeatures features;
   features.nodes =
-      parseFeatures(xml, [&](const std::string& name, const NodeIndex& index, const LinkedNode& node) {
-        features.details.emplace_hint(features.details.end(), name, detailsOf(index, node));
+      parseFeatures(xml, [&](const std::string& name, const auto&... found) {
+        features.details.emplace_hint(features.details.end(), name, detailsOf(found...));
       });
   return features;
 }

@@ -46,7 +46,6 @@ Links::Links(const NodeIndex& nodeIndex, const std::vector<NodeId>& features)
   nodes.reserve(nodeIndex.size());  // most are linked; growing would hold them twice
   for (const NodeId feature : features) add(feature);
   for (Place place = 0; place < nodes.size(); ++place) follow(place);
-  nodes.shrink_to_fit();
   sort();
 }
 

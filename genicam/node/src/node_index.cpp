@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <bit>
 #include <functional>
+#include <utility>
 
 namespace vireo::genicam {
 namespace {
@@ -25,51 +26,56 @@ NodeIndex::NodeIndex(Document& description) : document_(description) {
   sortKeys();
 }
 
-// In document order without recursion: what is opened last is walked first.
+// In document order without recursion. Each element is done with while the processor still has it at hand; the
+// few nodes that hold others are gone through twice.
 void NodeIndex::walk(pugi::xml_node root) {
+  struct Level {
+    pugi::xml_node next;
+    NodeId around;
+  };
   found_.resize(propertyCount);
-  std::vector<Open> open = {{root, std::nullopt, noNode}};
-  std::vector<Open> below;
+  std::vector<Level> open = {{root.first_child(), noNode}};
   while (!open.empty()) {
-    const Open at = open.back();
-    open.pop_back();
-    readChildren(at, add(at), below);
-    open.insert(open.end(), below.rbegin(), below.rend());
-    below.clear();
+    auto& [next, around] = open.back();
+    if (!next) {
+      open.pop_back();
+      continue;
+    }
+    const pugi::xml_node element = std::exchange(next, next.next_sibling());
+    const ElementName& name = elementNamed(element.name());
+    if (!name.mayHoldNodes || (around != noNode && name.property)) continue;
+    const NodeId id = name.kind ? add(element, *name.kind, around) : noNode;
+    if (id == noNode || readProperties(id)) open.push_back({element.first_child(), id});
   }
-  nodes_.shrink_to_fit();
-  properties_.shrink_to_fit();
 }
 
-NodeId NodeIndex::add(const Open& open) {
-  if (!open.kind) return noNode;
-  const std::string_view name = document_.shown(open.element.attribute("Name").value());
-  if (name.empty() && *open.kind != ElementKind::StructReg) return noNode;
-  const NodeId structure = *open.kind == ElementKind::StructEntry ? open.structure : noNode;
-  nodes_.push_back({open.element, name, {}, 0, structure, *open.kind});
+NodeId NodeIndex::add(pugi::xml_node element, ElementKind kind, NodeId around) {
+  const std::string_view name = document_.shown(element.attribute("Name").value());
+  if (name.empty() && kind != ElementKind::StructReg) return noNode;
+  const bool isEntry = kind == ElementKind::StructEntry && around != noNode &&
+                       nodes_[around].kind == ElementKind::StructReg;
+  nodes_.push_back({element, name, {}, 0, isEntry ? around : noNode, kind});
   return size() - 1;
 }
 
-// Takes the properties of a node, and leaves in `below` what else may hold or be more nodes.
-void NodeIndex::readChildren(const Open& open, NodeId id, std::vector<Open>& below) {
-  const NodeId structure = id != noNode && nodes_[id].kind == ElementKind::StructReg ? id : noNode;
+// Whether a node may hold others beside its properties.
+bool NodeIndex::readProperties(NodeId id) {
+  bool holdsMore = false;
   PropertySet present;
-  for (pugi::xml_node child = open.element.first_child(); child; child = child.next_sibling()) {
+  for (pugi::xml_node child = nodes_[id].element.first_child(); child; child = child.next_sibling()) {
     const ElementName& name = elementNamed(child.name());
-    const std::optional<Property> property = id == noNode ? std::nullopt : name.property;
-    if (!property) {
-      if (name.mayHoldNodes && (child.first_child() || child.first_attribute()))
-        below.push_back({child, name.kind, structure});
-    } else if (!present.has(*property) && !isEmpty(child)) {
-      present.add(*property);
-      found_[static_cast<std::size_t>(*property)] = child;
+    if (!name.property) {
+      holdsMore |= name.kind || (name.mayHoldNodes && child.first_child());
+    } else if (!present.has(*name.property) && !isEmpty(child)) {
+      present.add(*name.property);
+      found_[static_cast<std::size_t>(*name.property)] = child;
     }
   }
-  if (id == noNode) return;
   nodes_[id].properties = present;
   nodes_[id].firstProperty = static_cast<std::uint32_t>(properties_.size());
   present.forEach(
       [&](Property property) { properties_.push_back(found_[static_cast<std::size_t>(property)]); });
+  return holdsMore;
 }
 
 void NodeIndex::sortKeys() {

@@ -58,15 +58,10 @@ class NodeIndex {
     std::uint32_t hash;
     NodeId id;
   };
-  struct Open {
-    pugi::xml_node element;
-    std::optional<ElementKind> kind;
-    NodeId structure;
-  };
 
   void walk(pugi::xml_node root);
-  NodeId add(const Open& open);
-  void readChildren(const Open& open, NodeId id, std::vector<Open>& below);
+  NodeId add(pugi::xml_node element, ElementKind kind, NodeId around);
+  bool readProperties(NodeId id);
   void sortKeys();
   std::uint32_t bucketOf(std::uint32_t hash) const { return hash & bucketMask_; }
 

@@ -44,8 +44,7 @@ NodeMap parseFeatures(const std::string& xml, const Take& take) {
       continue;
     }
     recordFaults(index, links, node);
-    const auto [made, isNew] = nodes.try_emplace(std::string(name));
-    if (!isNew) continue;
+    const auto made = nodes.try_emplace(std::string(name)).first;
     buildNode(made->second, index, links, node, features.categories[i]);
     take(made->first, index, links, node);
   }

@@ -38,7 +38,7 @@ std::optional<Number> said(const NodeIndex& index, const Links& links, const Lin
 
 // A range only counts whole: half of one may be the other half behind a formula.
 void inheritConverted(const NodeIndex& index, const Links& links, const LinkedNode& node, Shown& shown) {
-  const Bounds& behind = links.shownBehind(node).bounds;
+  const Bounds& behind = links.shown[node.behind].bounds;
   if (!behind.min || !behind.max) return;
   const auto range = convertedRange(index, links, node, *behind.min, *behind.max);
   if (range) shown.bounds = {range->first, range->second};
@@ -54,7 +54,7 @@ void inheritBounds(const NodeIndex& index, const Links& links, const LinkedNode&
     inheritConverted(index, links, node, shown);
     return;
   }
-  const Shown& behind = links.shownBehind(node);
+  const Shown& behind = links.shown[node.behind];
   Bounds& bounds = shown.bounds;
   if (behind.bounds.min) bounds.min = inKind(*behind.bounds.min, *node.facts);
   if (behind.bounds.max) bounds.max = inKind(*behind.bounds.max, *node.facts);
@@ -89,7 +89,7 @@ void findBounds(const NodeIndex& index, const Links& links, const LinkedNode& no
 
 void findTexts(const NodeIndex& index, const Links& links, const LinkedNode& node, Shown& shown) {
   const auto inherit = [&](TextSource Shown::*text) {
-    const TextSource& behind = links.shownBehind(node).*text;
+    const TextSource& behind = links.shown[node.behind].*text;
     if (behind.isShared) shown.*text = behind;
   };
   const auto take = [&](TextSource Shown::*text, Property property) {
@@ -106,8 +106,8 @@ void findTexts(const NodeIndex& index, const Links& links, const LinkedNode& nod
   if (node.facts->kind == ElementKind::String && node.behind == nowhere) take(&Shown::text, Property::Value);
 }
 
-std::string contradictionText(const NodeIndex& index, const Links& links, const LinkedNode& node) {
-  const Bounds own = ownBounds(index, links, node, links.shown[node.shown]);
+std::string contradictionText(const NodeIndex& index, const Links& links, Place place) {
+  const Bounds own = ownBounds(index, links, links.nodes[place], links.shown[place]);
   return fmt::format("its minimum {} is above its maximum {}", written(*own.min), written(*own.max));
 }
 

@@ -14,6 +14,6 @@ void findBounds(const NodeIndex& index, const Links& links, const LinkedNode& no
 void findTexts(const NodeIndex& index, const Links& links, const LinkedNode& node, Shown& shown);
 
 /// Why the bounds that a node says itself do not count, for its record.
-std::string contradictionText(const NodeIndex& index, const Links& links, const LinkedNode& node);
+std::string contradictionText(const NodeIndex& index, const Links& links, Place place);
 
 }  // namespace vireo::genicam

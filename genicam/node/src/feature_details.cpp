@@ -3,11 +3,11 @@
 
 namespace vireo::genicam {
 
-FeatureDetails detailsOf(const NodeIndex& index, const Links& links, const LinkedNode& found) {
+FeatureDetails detailsOf(const NodeIndex& index, const Links& links, Place place) {
   FeatureDetails details;
-  pugi::xml_node child = index[found.id].element.child("pSelected");
+  pugi::xml_node child = index[links.nodes[place].id].element.child("pSelected");
   for (; child; child = child.next_sibling("pSelected")) details.selected.emplace_back(index.textOf(child));
-  const NodeId source = links.shown[found.shown].representation.from;
+  const NodeId source = links.shown[place].representation.from;
   if (source != noNode) details.representation = index.text(source, Property::Representation);
   return details;
 }

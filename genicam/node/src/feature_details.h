@@ -8,6 +8,6 @@
 namespace vireo::genicam {
 
 /// Of a sound feature. What it selects may name features that are left out.
-FeatureDetails detailsOf(const NodeIndex& index, const Links& links, const LinkedNode& found);
+FeatureDetails detailsOf(const NodeIndex& index, const Links& links, Place place);
 
 }  // namespace vireo::genicam

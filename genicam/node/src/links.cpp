@@ -45,7 +45,13 @@ Links::Links(const NodeIndex& nodeIndex, const std::vector<NodeId>& features)
     : index_(nodeIndex), places_(nodeIndex.size(), nowhere) {
   nodes.reserve(nodeIndex.size());  // most are linked; growing would hold them twice
   for (const NodeId feature : features) add(feature);
-  for (Place place = 0; place < nodes.size(); ++place) follow(place);
+  for (Place place = 0; place < nodes.size(); ++place) followValue(place);
+  shown.resize(nodes.size());
+  for (Place place = 0; place < nodes.size(); ++place) followChoices(place);
+  endOfOffers = static_cast<Place>(nodes.size());
+  for (Place place = 0; place < features.size(); ++place) addEntries(place);
+  for (Place place = 0; place < nodes.size(); ++place) followNumbers(place);
+  nodes.shrink_to_fit();
   sort();
 }
 
@@ -65,32 +71,41 @@ Place Links::linked(NodeId id, Property link) {
 }
 
 // Adding a node may move the others, so none is held while links are followed.
-void Links::follow(Place place) {
-  if (nodes[place].isFollowed) return;
+void Links::followValue(Place place) {
+  nodes[place].behind = linked(nodes[place].id, Property::PValue);
+}
+
+void Links::followChoices(Place place) {
   const NodeId id = nodes[place].id;
-  const bool hasIndex = isIndexed(index_, id);
-  nodes[place].isFollowed = true;
-  nodes[place].isIndexed = hasIndex;
-  nodes[place].traits = traitsOf(id);
-  nodes[place].behind = linked(id, Property::PValue);
-  nodes[place].minimum = linked(id, Property::PMin);
-  nodes[place].maximum = linked(id, Property::PMax);
-  nodes[place].increment = linked(id, Property::PInc);
+  if (place >= shown.size()) followValue(place);
+  nodes[place].isIndexed = isIndexed(index_, id);
   nodes[place].firstTarget = static_cast<std::uint32_t>(targets.size());
-  if (hasIndex) {
+  if (nodes[place].isIndexed) {
     hasIndexed = true;
-    nodes[place].selector = linked(id, Property::PIndex);
     addTargets(id, Property::PValueIndexed);
     addTargets(id, Property::PValueDefault);
   }
   nodes[place].firstCopy = static_cast<std::uint32_t>(targets.size());
   addTargets(id, Property::PValueCopy);
+  nodes[place].endOfCopies = static_cast<std::uint32_t>(targets.size());
+}
+
+void Links::followNumbers(Place place) {
+  const NodeId id = nodes[place].id;
+  if (place < endOfOffers) {
+    findTraits(place);
+  } else {
+    followChoices(place);
+  }
+  if (place < shown.size()) {
+    nodes[place].minimum = linked(id, Property::PMin);
+    nodes[place].maximum = linked(id, Property::PMax);
+    nodes[place].increment = linked(id, Property::PInc);
+  }
+  if (nodes[place].isIndexed) nodes[place].selector = linked(id, Property::PIndex);
   nodes[place].firstVariable = static_cast<std::uint32_t>(targets.size());
   addVariables(place);
   nodes[place].endOfVariables = static_cast<std::uint32_t>(targets.size());
-  nodes[place].firstEntry = static_cast<std::uint32_t>(entries.size());
-  if (nodes[place].facts->kind == ElementKind::Enumeration) addEntries(id);
-  nodes[place].endOfEntries = static_cast<std::uint32_t>(entries.size());
 }
 
 void Links::addTarget(pugi::xml_node link) {
@@ -104,9 +119,13 @@ void Links::addTargets(NodeId id, Property property) {
   for (; child; child = child.next_sibling(child.name())) addTarget(child);
 }
 
-void Links::addEntries(NodeId id) {
-  pugi::xml_node element = index_[id].element.child("EnumEntry");
-  for (; element; element = element.next_sibling("EnumEntry")) addEntry(element);
+void Links::addEntries(Place place) {
+  nodes[place].firstEntry = static_cast<std::uint32_t>(entries.size());
+  if (nodes[place].facts->kind == ElementKind::Enumeration) {
+    pugi::xml_node element = index_[nodes[place].id].element.child("EnumEntry");
+    for (; element; element = element.next_sibling("EnumEntry")) addEntry(element);
+  }
+  nodes[place].endOfEntries = static_cast<std::uint32_t>(entries.size());
 }
 
 void Links::addEntry(pugi::xml_node element) {
@@ -143,12 +162,14 @@ bool Links::hasOpenVariable(NodeId id) const {
   return false;
 }
 
-Traits Links::traitsOf(NodeId id) {
+void Links::findTraits(Place place) {
+  const NodeId id = nodes[place].id;
+  if (std::exchange(nodes[place].hasTraits, true)) return;
   Traits traits;
   if (const NodeId structure = index_[id].structure; structure != noNode) {
-    const Place place = add(structure);
-    follow(place);
-    traits = nodes[place].traits;
+    const Place around = add(structure);
+    findTraits(around);
+    traits = nodes[around].traits;
   }
   const auto take = [&](auto& trait, Property property, const auto& read) {
     if (index_.has(id, property)) trait = read(index_.text(id, property));
@@ -163,7 +184,7 @@ Traits Links::traitsOf(NodeId id) {
   link(traits.implementedBy, Property::PIsImplemented);
   link(traits.availableBy, Property::PIsAvailable);
   link(traits.lockedBy, Property::PIsLocked);
-  return traits;
+  nodes[place].traits = traits;
 }
 
 // Each walk goes behind pValue until it meets what is placed already, an end, or itself.

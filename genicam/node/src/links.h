@@ -98,18 +98,19 @@ struct LinkedNode {
   bool isIndexed = false;      ///< pIndex selects its value; a register's index finds its address instead
   bool isCircular = false;     ///< its pValue led back to it, and was cut
   bool isOpenFormula = false;  ///< a variable of its formula is not a constant for sure
-  bool isFollowed = false;
-  bool isWritable = false;  ///< a write to some feature ends here
+  bool isWritable = false;     ///< a write to some feature ends here
+  bool hasTraits = false;
   Traits traits;
   Place behind = nowhere;  ///< the node that pValue names
   Place minimum = nowhere;
   Place maximum = nowhere;
   Place increment = nowhere;
   Place selector = nowhere;  ///< the node that pIndex names
-  // Places in Links::targets: what the index selects from, then the copies that a write goes to as well, then
-  // the variables of a formula.
+  // Places in Links::targets: what the index selects from, then the copies that a write goes to as well; the
+  // variables of a formula.
   std::uint32_t firstTarget = 0;
   std::uint32_t firstCopy = 0;
+  std::uint32_t endOfCopies = 0;
   std::uint32_t firstVariable = 0;
   std::uint32_t endOfVariables = 0;
   std::uint32_t firstEntry = 0;  ///< in Links::entries
@@ -118,15 +119,18 @@ struct LinkedNode {
   Literal literal;
   Offer offer;
   Offer lastOffer;  ///< of the round before
-  bool isShown = false;  ///< a feature, or behind one
-  Place shown = nowhere; ///< in Links::shown, once that is known
 };
 
-/// The features and every node that they lead to, each once, with all links followed. `inOrder` has a node
-/// behind pValue before those that name it; a circle of pValue is cut and its nodes are marked.
+/// The features and every node that they lead to, each once. A link is followed as far as somebody asks for
+/// what it leads to:
+/// - features come first, and with what stands behind them they show bounds and texts;
+/// - with what an index selects and the copies of a value they offer access;
+/// - all others only have numbers.
+/// `inOrder` has a node behind pValue before those that name it; a circle of pValue is cut and its nodes are
+/// marked.
 class Links {
  public:
-  /// `features` come first, in their order.
+  /// `features` keep their order.
   Links(const NodeIndex& nodeIndex, const std::vector<NodeId>& features);
 
   /// Where the node that an element names is linked.
@@ -135,23 +139,24 @@ class Links {
     return id == noNode ? nowhere : places_[id];
   }
 
-  const Shown& shownBehind(const LinkedNode& node) const { return shown[nodes[node.behind].shown]; }
-
   std::vector<LinkedNode> nodes;
   std::vector<Place> targets;
   std::vector<Entry> entries;
   std::vector<Place> inOrder;
-  std::vector<Shown> shown;  ///< of features and what stands behind them: nobody asks for others'
-  bool hasIndexed = false;  ///< some index selects from nodes
+  std::vector<Shown> shown;  ///< of as many nodes as show something
+  Place endOfOffers = 0;     ///< of the nodes that offer access
+  bool hasIndexed = false;   ///< some index selects from nodes
 
  private:
   Place add(NodeId id);
   Place linked(NodeId id, Property link);
-  void follow(Place place);
-  Traits traitsOf(NodeId id);
+  void followValue(Place place);
+  void followChoices(Place place);
+  void followNumbers(Place place);
+  void findTraits(Place place);
   void addTargets(NodeId id, Property property);
   void addVariables(Place place);
-  void addEntries(NodeId id);
+  void addEntries(Place place);
   void addEntry(pugi::xml_node element);
   void addTarget(pugi::xml_node link);
   bool hasOpenVariable(NodeId id) const;

@@ -123,7 +123,7 @@ void markWritable(const NodeIndex& index, Links& links, std::size_t writers) {
     if (!allowsWriting(ownAccess(index, node))) continue;
     node.isWritable = true;
     reach(node.behind);
-    for (std::size_t i = node.firstTarget; i < node.firstVariable; ++i) reach(links.targets[i]);
+    for (std::size_t i = node.firstTarget; i < node.endOfCopies; ++i) reach(links.targets[i]);
   }
 }
 

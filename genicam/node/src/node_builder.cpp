@@ -118,14 +118,15 @@ void makeKind(NodeVariant& node, const Described& described) {
 
 }  // namespace
 
-void buildNode(NodeVariant& node, const NodeIndex& index, const Links& links, const LinkedNode& found,
+void buildNode(NodeVariant& node, const NodeIndex& index, const Links& links, Place place,
                std::string_view category) {
   using Make = void (*)(NodeVariant&, const Described&);
   // In the order of NodeType.
   constexpr Make makers[] = {makeKind<IntegerNode>, makeKind<FloatNode>,       makeKind<BooleanNode>,
                              makeKind<StringNode>,  makeKind<EnumerationNode>, makeKind<CommandNode>,
                              makeKind<CategoryNode>};
-  const Described described = {index, links, found, links.shown[found.shown], category};
+  const LinkedNode& found = links.nodes[place];
+  const Described described = {index, links, found, links.shown[place], category};
   makers[static_cast<std::size_t>(found.facts->shownAs.value())](node, described);
 }
 

@@ -9,7 +9,7 @@
 namespace vireo::genicam {
 
 /// Makes `node` that of a sound feature, as the description has it before a camera is asked.
-void buildNode(NodeVariant& node, const NodeIndex& index, const Links& links, const LinkedNode& found,
+void buildNode(NodeVariant& node, const NodeIndex& index, const Links& links, Place place,
                std::string_view category);
 
 }  // namespace vireo::genicam

@@ -31,35 +31,25 @@ bool isNew(const Links& links) {
                      [](const LinkedNode& node) { return node.offer != node.lastOffer; });
 }
 
-// A feature's bounds and texts may come from any node behind it.
-void markShown(Links& links, std::size_t features) {
-  for (Place feature = 0; feature < features; ++feature) {
-    for (Place at = feature; at != nowhere && !links.nodes[at].isShown; at = links.nodes[at].behind)
-      links.nodes[at].isShown = true;
-  }
-}
-
 }  // namespace
 
 void resolve(const NodeIndex& index, Links& links, const FeatureList& features) {
-  const auto inOrder = [&](const auto& find) {
-    for (const Place place : links.inOrder) find(links.nodes[place]);
+  const auto inOrder = [&](std::size_t end, const auto& find) {
+    for (const Place place : links.inOrder) {
+      if (place < end) find(links.nodes[place], place);
+    }
   };
   // Without a Root every constant is listed like a feature, though hardly anybody means to write it.
   markWritable(index, links, features.hasRoot ? features.ids.size() : 0);
   findLiterals(index, links);
   for (int round = 0; round < rounds; ++round) {
-    inOrder([&](LinkedNode& node) { node.offer = offerOf(index, links, node); });
+    inOrder(links.endOfOffers, [&](LinkedNode& node, Place) { node.offer = offerOf(index, links, node); });
     if (!links.hasIndexed || !isNew(links)) break;
-    inOrder([&](LinkedNode& node) { node.lastOffer = node.offer; });
+    inOrder(links.endOfOffers, [&](LinkedNode& node, Place) { node.lastOffer = node.offer; });
   }
-  markShown(links, features.ids.size());
-  inOrder([&](LinkedNode& node) {
-    if (!node.isShown) return;
-    node.shown = static_cast<Place>(links.shown.size());
-    Shown& shown = links.shown.emplace_back();
-    findBounds(index, links, node, shown);
-    findTexts(index, links, node, shown);
+  inOrder(links.shown.size(), [&](LinkedNode& node, Place place) {
+    findBounds(index, links, node, links.shown[place]);
+    findTexts(index, links, node, links.shown[place]);
   });
 }
 

@@ -17,17 +17,18 @@ namespace vireo::genicam {
 
 namespace {
 
-void recordFaults(const NodeIndex& index, const Links& links, const LinkedNode& node) {
+void recordFaults(const NodeIndex& index, const Links& links, Place place) {
+  const LinkedNode& node = links.nodes[place];
   const std::string_view name = index[node.id].name;
   if (isDangling(index, node))
     BRIO_LOG_DEBUG("feature '{}' stands alone: pValue '{}' names no node", oneLine(name),
                    oneLine(index.text(node.id, Property::PValue)));
-  if (links.shown[node.shown].isContradictory)
+  if (links.shown[place].isContradictory)
     BRIO_LOG_DEBUG("range of feature '{}' is left out: {}", oneLine(name),
-                   contradictionText(index, links, node));
+                   contradictionText(index, links, place));
 }
 
-// Calls `take` for each sound feature with its name in the node map, the index, the links and its linked node.
+// Calls `take` for each sound feature with its name in the node map, the index, the links and its place in them.
 template <typename Take>
 NodeMap parseFeatures(const std::string& xml, const Take& take) {
   Document document(xml);
@@ -36,17 +37,17 @@ NodeMap parseFeatures(const std::string& xml, const Take& take) {
   Links links(index, features.ids);
   resolve(index, links, features);
   NodeMap nodes;
-  for (std::size_t i = 0; i < features.ids.size(); ++i) {
-    const LinkedNode& node = links.nodes[i];
+  for (Place place = 0; place < features.ids.size(); ++place) {
+    const LinkedNode& node = links.nodes[place];
     const std::string_view name = index[node.id].name;
     if (node.offer.fault != Fault::None) {
       BRIO_LOG_DEBUG("feature '{}' is left out: {}", oneLine(name), faultText(index, links, node));
       continue;
     }
-    recordFaults(index, links, node);
+    recordFaults(index, links, place);
     const auto made = nodes.try_emplace(std::string(name)).first;
-    buildNode(made->second, index, links, node, features.categories[i]);
-    take(made->first, index, links, node);
+    buildNode(made->second, index, links, place, features.categories[place]);
+    take(made->first, index, links, place);
   }
   return nodes;
 }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 
 #include "brio/fnd/record.h"
 #include "literals.h"
@@ -30,7 +31,6 @@ struct Described {
 
 void fillHeader(NodeHeader& node, const Described& described) {
   const LinkedNode& found = described.found;
-  node.name = described.index[found.id].name;
   node.displayName = described.text(Property::DisplayName);
   node.toolTip = described.text(Property::ToolTip);
   node.description = described.text(Property::Description);
@@ -110,24 +110,28 @@ void fill(CategoryNode& node, const Described& described) {
 }
 
 template <typename Kind>
-void makeKind(NodeVariant& node, const Described& described) {
-  Kind& kind = node.emplace<Kind>();
+NodeMap::iterator addKind(NodeMap& nodes, const Described& described) {
+  std::string name(described.index[described.found.id].name);
+  const auto added = nodes.try_emplace(std::move(name), std::in_place_type<Kind>).first;
+  Kind& kind = std::get<Kind>(added->second);
+  kind.name = added->first;
   fillHeader(kind, described);
   fill(kind, described);
+  return added;
 }
 
 }  // namespace
 
-void buildNode(NodeVariant& node, const NodeIndex& index, const Links& links, Place place,
-               std::string_view category) {
-  using Make = void (*)(NodeVariant&, const Described&);
+NodeMap::iterator addNode(NodeMap& nodes, const NodeIndex& index, const Links& links, Place place,
+                          std::string_view category) {
+  using Add = NodeMap::iterator (*)(NodeMap&, const Described&);
   // In the order of NodeType.
-  constexpr Make makers[] = {makeKind<IntegerNode>, makeKind<FloatNode>,       makeKind<BooleanNode>,
-                             makeKind<StringNode>,  makeKind<EnumerationNode>, makeKind<CommandNode>,
-                             makeKind<CategoryNode>};
+  constexpr Add adders[] = {addKind<IntegerNode>, addKind<FloatNode>,       addKind<BooleanNode>,
+                            addKind<StringNode>,  addKind<EnumerationNode>, addKind<CommandNode>,
+                            addKind<CategoryNode>};
   const LinkedNode& found = links.nodes[place];
-  const Described described = {index, links, found, links.shown[place], category};
-  makers[static_cast<std::size_t>(found.facts->shownAs.value())](node, described);
+  const auto type = static_cast<std::size_t>(found.facts->shownAs.value());
+  return adders[type](nodes, {index, links, found, links.shown[place], category});
 }
 
 }  // namespace vireo::genicam

@@ -8,8 +8,8 @@
 
 namespace vireo::genicam {
 
-/// Makes `node` that of a sound feature, as the description has it before a camera is asked.
-void buildNode(NodeVariant& node, const NodeIndex& index, const Links& links, Place place,
-               std::string_view category);
+/// Adds that of a sound feature, as the description has it before a camera is asked.
+NodeMap::iterator addNode(NodeMap& nodes, const NodeIndex& index, const Links& links, Place place,
+                          std::string_view category);
 
 }  // namespace vireo::genicam

@@ -45,9 +45,8 @@ NodeMap parseFeatures(const std::string& xml, const Take& take) {
       continue;
     }
     recordFaults(index, links, place);
-    const auto made = nodes.try_emplace(std::string(name)).first;
-    buildNode(made->second, index, links, place, features.categories[place]);
-    take(made->first, index, links, place);
+    const auto added = addNode(nodes, index, links, place, features.categories[place]);
+    take(added->first, index, links, place);
   }
   return nodes;
 }

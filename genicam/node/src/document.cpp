@@ -223,7 +223,7 @@ void Document::read(const std::string& text) {
 std::string_view Document::textOf(pugi::xml_node element) {
   const std::string_view first = element.value();  // the first text is kept in the element itself
   pugi::xml_node child = element.first_child();
-  if (!child) return shown(first);
+  if (!exists(child)) return shown(first);
   std::string joined(first);
   for (; child; child = child.next_sibling()) {
     if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) joined += child.value();

@@ -132,7 +132,7 @@ void Links::addEntry(pugi::xml_node element) {
   Entry entry;
   entry.name = index_.shown(element.attribute("Name").value());
   entry.firstCondition = static_cast<std::uint32_t>(targets.size());
-  for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
+  for (pugi::xml_node child = element.first_child(); exists(child); child = child.next_sibling()) {
     const std::optional<Property> property = elementNamed(child.name()).property;
     if (property == Property::Value && entry.value.empty()) entry.value = index_.textOf(child);
     if (property == Property::PIsImplemented || property == Property::PIsAvailable) addTarget(child);

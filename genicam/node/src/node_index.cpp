@@ -16,7 +16,7 @@ std::uint32_t hashOf(std::string_view name) {
 }
 
 bool isEmpty(pugi::xml_node element) {
-  return *element.value() == '\0' && !element.first_child();
+  return *element.value() == '\0' && !exists(element.first_child());
 }
 
 }  // namespace
@@ -37,7 +37,7 @@ void NodeIndex::walk(pugi::xml_node root) {
   std::vector<Level> open = {{root.first_child(), noNode}};
   while (!open.empty()) {
     auto& [next, around] = open.back();
-    if (!next) {
+    if (!exists(next)) {
       open.pop_back();
       continue;
     }
@@ -62,10 +62,10 @@ NodeId NodeIndex::add(pugi::xml_node element, ElementKind kind, NodeId around) {
 bool NodeIndex::readProperties(NodeId id) {
   bool holdsMore = false;
   PropertySet present;
-  for (pugi::xml_node child = nodes_[id].element.first_child(); child; child = child.next_sibling()) {
+  for (pugi::xml_node child = nodes_[id].element.first_child(); exists(child); child = child.next_sibling()) {
     const ElementName& name = elementNamed(child.name());
     if (!name.property) {
-      holdsMore |= name.kind || (name.mayHoldNodes && child.first_child());
+      holdsMore |= name.kind || (name.mayHoldNodes && exists(child.first_child()));
     } else if (!present.has(*name.property) && !isEmpty(child)) {
       present.add(*name.property);
       found_[static_cast<std::size_t>(*name.property)] = child;

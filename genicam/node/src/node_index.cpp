@@ -9,8 +9,6 @@
 namespace vireo::genicam {
 namespace {
 
-constexpr auto propertyCount = static_cast<std::size_t>(Property::Count);
-
 std::uint32_t hashOf(std::string_view name) {
   return static_cast<std::uint32_t>(std::hash<std::string_view>()(name));
 }
@@ -33,7 +31,6 @@ void NodeIndex::walk(pugi::xml_node root) {
     pugi::xml_node next;
     NodeId around;
   };
-  found_.resize(propertyCount);
   std::vector<Level> open = {{root.first_child(), noNode}};
   while (!open.empty()) {
     auto& [next, around] = open.back();
@@ -61,20 +58,17 @@ NodeId NodeIndex::add(pugi::xml_node element, ElementKind kind, NodeId around) {
 // Whether a node may hold others beside its properties.
 bool NodeIndex::readProperties(NodeId id) {
   bool holdsMore = false;
-  PropertySet present;
-  for (pugi::xml_node child = nodes_[id].element.first_child(); exists(child); child = child.next_sibling()) {
+  IndexedNode& node = nodes_[id];
+  node.firstProperty = static_cast<std::uint32_t>(properties_.size());
+  for (pugi::xml_node child = node.element.first_child(); exists(child); child = child.next_sibling()) {
     const ElementName& name = elementNamed(child.name());
     if (!name.property) {
       holdsMore |= name.kind || (name.mayHoldNodes && exists(child.first_child()));
-    } else if (!present.has(*name.property) && !isEmpty(child)) {
-      present.add(*name.property);
-      found_[static_cast<std::size_t>(*name.property)] = child;
+    } else if (!node.properties.has(*name.property) && !isEmpty(child)) {
+      node.properties.add(*name.property);
+      properties_.push_back(child);
     }
   }
-  nodes_[id].properties = present;
-  nodes_[id].firstProperty = static_cast<std::uint32_t>(properties_.size());
-  present.forEach(
-      [&](Property property) { properties_.push_back(found_[static_cast<std::size_t>(property)]); });
   return holdsMore;
 }
 

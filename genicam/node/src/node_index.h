@@ -67,11 +67,9 @@ class NodeIndex {
 
   Document& document_;
   std::vector<IndexedNode> nodes_;
-  std::vector<pugi::xml_node>
-      properties_;                     ///< of all nodes, those of one side by side in the order of their bits
-  std::vector<pugi::xml_node> found_;  ///< of the node that is being read, a place for each property
-  std::vector<Key> keys_;              ///< bucket by bucket
-  std::vector<std::uint32_t> buckets_;  ///< where each begins, and where the last ends
+  std::vector<pugi::xml_node> properties_;  ///< of all nodes, those of one side by side
+  std::vector<Key> keys_;                   ///< bucket by bucket
+  std::vector<std::uint32_t> buckets_;      ///< where each begins, and where the last ends
   std::uint32_t bucketMask_ = 0;
 };
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <bit>
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace vireo::genicam {
@@ -47,27 +48,19 @@ enum class Property : std::uint8_t {
   Count,
 };
 
-/// Which properties a node has, a bit for each.
+/// Which properties a node has, and in which order they came.
 class PropertySet {
  public:
-  bool has(Property property) const { return (bits_ & bit(property)) != 0; }
-  void add(Property property) { bits_ |= bit(property); }
-  /// How many of those that it has stand before this one.
-  std::uint32_t place(Property property) const {
-    return static_cast<std::uint32_t>(std::popcount(bits_ & (bit(property) - 1)));
-  }
-  /// Calls `visit` with each, in the order of `Property`.
-  template <typename Visit>
-  void forEach(const Visit& visit) const {
-    for (std::uint64_t rest = bits_; rest != 0; rest &= rest - 1)
-      visit(static_cast<Property>(std::countr_zero(rest)));
-  }
+  bool has(Property property) const { return places_[at(property)] != 0; }
+  void add(Property property) { places_[at(property)] = ++count_; }
+  /// How many came before this one, which is there.
+  std::uint32_t place(Property property) const { return places_[at(property)] - 1u; }
 
  private:
-  static std::uint64_t bit(Property property) { return std::uint64_t{1} << static_cast<unsigned>(property); }
+  static std::size_t at(Property property) { return static_cast<std::size_t>(property); }
 
-  std::uint64_t bits_ = 0;
+  std::array<std::uint8_t, static_cast<std::size_t>(Property::Count)> places_{};  ///< counted from one
+  std::uint8_t count_ = 0;
 };
-static_assert(static_cast<unsigned>(Property::Count) <= 64, "a bit for each");
 
 }  // namespace vireo::genicam

@@ -3,15 +3,13 @@
 
 #include <fmt/format.h>
 
-#include <utility>
-
 namespace vireo::genicam {
 namespace {
 
 // Every feature keeps its path, so deep nesting and endless names would multiply.
 constexpr std::size_t maxPath = 256;
 
-/// Walks from nodes to the features of their categories, in document order, each node once.
+// Walks from nodes to the features of their categories, in document order, each node once.
 class Walk {
  public:
   explicit Walk(const NodeIndex& nodeIndex) : index_(nodeIndex), seen_(nodeIndex.size(), false) {}
@@ -20,12 +18,11 @@ class Walk {
     visit(start, {});
     while (!open_.empty()) {
       Level& level = open_.back();
-      if (!level.next) {
+      if (level.next == level.end) {
         open_.pop_back();
         continue;
       }
-      const pugi::xml_node child = std::exchange(level.next, level.next.next_sibling("pFeature"));
-      const NodeId id = index_.find(index_.textOf(child));
+      const NodeId id = index_.find(list.members[level.next++]);
       if (id != noNode) visit(id, level.path);
     }
   }
@@ -34,7 +31,8 @@ class Walk {
 
  private:
   struct Level {
-    pugi::xml_node next;
+    std::size_t next;  // of the members
+    std::size_t end;
     std::string_view path;
   };
 
@@ -43,10 +41,13 @@ class Walk {
     seen_[id] = true;
     const IndexedNode& node = index_[id];
     if (!factsOf(node.kind).shownAs) return;
-    list.ids.push_back(id);
-    list.categories.push_back(path);
-    if (node.kind == ElementKind::Category)
-      open_.push_back({node.element.child("pFeature"), below(path, node.name)});
+    Feature& feature = list.features.emplace_back(Feature{id, path});
+    if (node.kind != ElementKind::Category) return;
+    feature.firstMember = list.members.size();
+    pugi::xml_node child = node.element.child("pFeature");
+    for (; child; child = child.next_sibling("pFeature")) list.members.push_back(index_.textOf(child));
+    feature.endOfMembers = list.members.size();
+    open_.push_back({feature.firstMember, feature.endOfMembers, below(path, node.name)});
   }
 
   std::string_view below(std::string_view path, std::string_view name) {

@@ -41,10 +41,10 @@ AccessMode Traits::allowed() const {
   return narrowed(access.value_or(AccessMode::ReadWrite), imposed.value_or(AccessMode::ReadWrite));
 }
 
-Links::Links(const NodeIndex& nodeIndex, const std::vector<NodeId>& features)
+Links::Links(const NodeIndex& nodeIndex, const std::vector<Feature>& features)
     : index_(nodeIndex), places_(nodeIndex.size(), nowhere) {
   nodes.reserve(nodeIndex.size());  // most are linked; growing would hold them twice
-  for (const NodeId feature : features) add(feature);
+  for (const Feature& feature : features) add(feature.id);
   for (Place place = 0; place < nodes.size(); ++place) followValue(place);
   shown.resize(nodes.size());
   for (Place place = 0; place < nodes.size(); ++place) followChoices(place);

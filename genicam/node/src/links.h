@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "feature_list.h"
 #include "node_index.h"
 #include "number.h"
 #include "vireo/genicam/node.h"
@@ -131,7 +132,7 @@ struct LinkedNode {
 class Links {
  public:
   /// `features` keep their order.
-  Links(const NodeIndex& nodeIndex, const std::vector<NodeId>& features);
+  Links(const NodeIndex& nodeIndex, const std::vector<Feature>& features);
 
   /// Where the node that an element names is linked.
   Place target(pugi::xml_node link) const {

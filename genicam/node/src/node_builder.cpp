@@ -20,13 +20,13 @@ struct Described {
   const Links& links;
   const LinkedNode& found;
   const Shown& shown;
-  std::string_view category;
+  const FeatureList& list;
+  const Feature& feature;
 
   std::string_view text(Property property) const { return index.text(found.id, property); }
   std::string_view text(const TextSource& source, Property property) const {
     return source.from == noNode ? std::string_view() : index.text(source.from, property);
   }
-  pugi::xml_node element() const { return index[found.id].element; }
 };
 
 void fillHeader(NodeHeader& node, const Described& described) {
@@ -37,7 +37,7 @@ void fillHeader(NodeHeader& node, const Described& described) {
   if (node.description.empty()) node.description = node.toolTip;
   node.accessMode = found.offer.access;
   node.visibility = found.traits.visibility;
-  node.category = described.category;
+  node.category = described.feature.category;
 }
 
 void fill(IntegerNode& node, const Described& described) {
@@ -104,9 +104,8 @@ void fill(EnumerationNode& node, const Described& described) {
 }
 
 void fill(CategoryNode& node, const Described& described) {
-  pugi::xml_node child = described.element().child("pFeature");
-  for (; child; child = child.next_sibling("pFeature"))
-    node.features.emplace_back(described.index.textOf(child));
+  const auto members = described.list.members.begin();
+  node.features.assign(members + described.feature.firstMember, members + described.feature.endOfMembers);
 }
 
 template <typename Kind>
@@ -122,8 +121,8 @@ NodeMap::iterator addKind(NodeMap& nodes, const Described& described) {
 
 }  // namespace
 
-NodeMap::iterator addNode(NodeMap& nodes, const NodeIndex& index, const Links& links, Place place,
-                          std::string_view category) {
+NodeMap::iterator addNode(NodeMap& nodes, const NodeIndex& index, const Links& links, const FeatureList& list,
+                          Place place) {
   using Add = NodeMap::iterator (*)(NodeMap&, const Described&);
   // In the order of NodeType.
   constexpr Add adders[] = {addKind<IntegerNode>, addKind<FloatNode>,       addKind<BooleanNode>,
@@ -131,7 +130,7 @@ NodeMap::iterator addNode(NodeMap& nodes, const NodeIndex& index, const Links& l
                             addKind<CategoryNode>};
   const LinkedNode& found = links.nodes[place];
   const auto type = static_cast<std::size_t>(found.facts->shownAs.value());
-  return adders[type](nodes, {index, links, found, links.shown[place], category});
+  return adders[type](nodes, {index, links, found, links.shown[place], list, list.features[place]});
 }
 
 }  // namespace vireo::genicam

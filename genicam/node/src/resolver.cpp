@@ -33,14 +33,14 @@ bool isNew(const Links& links) {
 
 }  // namespace
 
-void resolve(const NodeIndex& index, Links& links, const FeatureList& features) {
+void resolve(const NodeIndex& index, Links& links, const FeatureList& list) {
   const auto inOrder = [&](std::size_t end, const auto& find) {
     for (const Place place : links.inOrder) {
       if (place < end) find(links.nodes[place], place);
     }
   };
   // Without a Root every constant is listed like a feature, though hardly anybody means to write it.
-  markWritable(index, links, features.hasRoot ? features.ids.size() : 0);
+  markWritable(index, links, list.hasRoot ? list.features.size() : 0);
   findLiterals(index, links);
   for (int round = 0; round < rounds; ++round) {
     inOrder(links.endOfOffers, [&](LinkedNode& node, Place) { node.offer = offerOf(index, links, node); });

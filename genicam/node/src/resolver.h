@@ -7,6 +7,6 @@
 namespace vireo::genicam {
 
 /// Finds out what the linked nodes hold and allow. The features are the first of them.
-void resolve(const NodeIndex& index, Links& links, const FeatureList& features);
+void resolve(const NodeIndex& index, Links& links, const FeatureList& list);
 
 }  // namespace vireo::genicam

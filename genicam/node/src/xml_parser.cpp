@@ -33,11 +33,11 @@ template <typename Take>
 NodeMap parseFeatures(const std::string& xml, const Take& take) {
   Document document(xml);
   const NodeIndex index(document);
-  const FeatureList features = listFeatures(index);
-  Links links(index, features.ids);
-  resolve(index, links, features);
+  const FeatureList list = listFeatures(index);
+  Links links(index, list.features);
+  resolve(index, links, list);
   NodeMap nodes;
-  for (Place place = 0; place < features.ids.size(); ++place) {
+  for (Place place = 0; place < list.features.size(); ++place) {
     const LinkedNode& node = links.nodes[place];
     const std::string_view name = index[node.id].name;
     if (node.offer.fault != Fault::None) {
@@ -45,7 +45,7 @@ NodeMap parseFeatures(const std::string& xml, const Take& take) {
       continue;
     }
     recordFaults(index, links, place);
-    const auto added = addNode(nodes, index, links, place, features.categories[place]);
+    const auto added = addNode(nodes, index, links, list, place);
     take(added->first, index, links, place);
   }
   return nodes;

@@ -92,6 +92,7 @@ std::string addEntry(EnumerationNode& node, const Entry& entry, const std::optio
 
 void fill(EnumerationNode& node, const Described& described) {
   const LinkedNode& found = described.found;
+  node.entries.reserve(found.endOfEntries - found.firstEntry);
   for (std::uint32_t i = found.firstEntry; i < found.endOfEntries; ++i) {
     const Entry& entry = described.links.entries[i];
     if (!canBe(described.links, entry)) continue;

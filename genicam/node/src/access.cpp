@@ -25,17 +25,9 @@ bool hasIndexedLiteral(const NodeIndex& index, const LinkedNode& node) {
 
 // Whether its Value, if it has one, is a number, or true or false for a Boolean.
 Fault valueFault(const NodeIndex& index, const LinkedNode& node) {
-  if (!index.has(node.id, Property::Value)) return Fault::None;
-  switch (node.facts->kind) {
-    case ElementKind::Integer:
-    case ElementKind::Float:
-    case ElementKind::Enumeration:
-      return node.literal.number ? Fault::None : Fault::NotANumber;
-    case ElementKind::Boolean:
-      return node.literal.number ? Fault::None : Fault::NotABoolean;
-    default:
-      return Fault::None;
-  }
+  if (node.literal.number || !index.has(node.id, Property::Value)) return Fault::None;
+  if (node.facts->isBoolean()) return Fault::NotABoolean;
+  return node.facts->hasNumber() ? Fault::NotANumber : Fault::None;
 }
 
 Fault linkFault(const Links& links, const LinkedNode& node) {

@@ -55,6 +55,12 @@ struct ElementFacts {
   bool isFormula() const { return isConverter() || isSwissKnife(); }
   bool isText() const { return shownAs == NodeType::String; }
   bool isFloat() const { return shownAs == NodeType::Float; }
+  bool isBoolean() const { return shownAs == NodeType::Boolean; }
+  /// Whether its own Value is a number.
+  bool hasNumber() const {
+    return source == ValueSource::LinkOrLiteral &&
+           (shownAs == NodeType::Integer || shownAs == NodeType::Enumeration || isFloat());
+  }
   /// Whether another node can have its value from it.
   bool hasValue() const { return shownAs && shownAs != NodeType::Command && shownAs != NodeType::Category; }
 };

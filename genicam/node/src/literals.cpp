@@ -12,18 +12,10 @@ bool allowsWriting(AccessMode access) {
 }
 
 std::optional<Number> ownNumber(const NodeIndex& index, const LinkedNode& node) {
-  switch (node.facts->kind) {
-    case ElementKind::Integer:
-    case ElementKind::Float:
-    case ElementKind::Enumeration:
-      return numberOf(index, node, Property::Value);
-    case ElementKind::Boolean:
-      if (const std::optional<bool> value = parseBoolean(index.text(node.id, Property::Value)))
-        return Number(std::int64_t{*value});
-      return std::nullopt;
-    default:
-      return std::nullopt;
-  }
+  if (node.facts->hasNumber()) return numberOf(index, node, Property::Value);
+  if (!node.facts->isBoolean()) return std::nullopt;
+  const std::optional<bool> value = parseBoolean(index.text(node.id, Property::Value));
+  return value ? std::optional<Number>(std::int64_t{*value}) : std::nullopt;
 }
 
 // A node that links to a number has that number; a Boolean compares it, a converter computes with it.
@@ -31,7 +23,7 @@ Literal passedOn(const NodeIndex& index, const Links& links, const LinkedNode& n
   const Literal& behind = links.nodes[node.behind].literal;
   if (!behind.number || node.facts->isSwissKnife()) return {};
   if (node.facts->isConverter()) return {converted(index, links, node, *behind.number), behind.isWritable};
-  if (node.facts->kind != ElementKind::Boolean) return behind;
+  if (!node.facts->isBoolean()) return behind;
   const std::int64_t on = index.integer(node.id, Property::OnValue).value_or(1);
   return {Number(std::int64_t{toInteger(*behind.number) == on}), behind.isWritable};
 }
@@ -71,7 +63,7 @@ void findLiteral(const NodeIndex& index, const Links& links, LinkedNode& node) {
     node.literal = {formulaValue(index, links, node)};
   } else if (node.isIndexed) {
     node.literal = selected(index, links, node);
-  } else if (!node.isCircular) {
+  } else if (!node.isCircular && index.has(node.id, Property::Value)) {
     node.literal = {ownNumber(index, node), node.isWritable};
   }
 }
@@ -85,7 +77,7 @@ void forEachInput(const Links& links, const LinkedNode& node, const Visit& visit
   for (std::size_t i = node.firstVariable; i < node.endOfVariables; ++i) visit(links.targets[i]);
 }
 
-/// Of each node, those that wait for its literal: side by side, node by node.
+// Of each node, those that wait for its literal: side by side, node by node.
 struct Waiting {
   explicit Waiting(const Links& links) : first(links.nodes.size() + 1, 0), inputs(links.nodes.size(), 0) {
     for (const LinkedNode& node : links.nodes)
@@ -102,7 +94,7 @@ struct Waiting {
   }
 
   std::vector<std::uint32_t> first;
-  std::vector<std::uint32_t> inputs;  ///< how many of its inputs are not done
+  std::vector<std::uint32_t> inputs;  // how many of its inputs are not done
   std::vector<Place> places;
 };
 

@@ -44,6 +44,8 @@ void NodeIndex::walk(pugi::xml_node root) {
     const NodeId id = name.kind ? add(element, *name.kind, around) : noNode;
     if (id == noNode || readProperties(id)) open.push_back({element.first_child(), id});
   }
+  nodes_.shrink_to_fit();
+  properties_.shrink_to_fit();
 }
 
 NodeId NodeIndex::add(pugi::xml_node element, ElementKind kind, NodeId around) {

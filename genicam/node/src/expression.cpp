@@ -105,7 +105,7 @@ std::optional<Int> shiftedDown(Int a, Int by) {
   return isShift(by) ? std::optional(a >> by) : std::nullopt;
 }
 
-/// One operation on integers and on floats.
+// One operation on integers and on floats.
 struct Operator {
   template <typename Operation>
   constexpr Operator(std::string_view symbol, int level, Operation)
@@ -187,9 +187,9 @@ bool isDigit(char c) {
 
 }  // namespace
 
-/// Reads a formula once from left to right, by descent: a level of precedence, a parenthesis, a sign or a
-/// branch is a call, and there is a limit to them. An unknown value goes through all operators; a text that
-/// is not a formula makes an end of the rest.
+// Reads a formula once from left to right, by descent: a level of precedence, a parenthesis, a sign or a
+// branch is a call, and there is a limit to them. An unknown value goes through all operators; a text that
+// is not a formula makes an end of the rest.
 template <typename T>
 class FormulaReader {
  public:
@@ -209,9 +209,9 @@ class FormulaReader {
     return rest_;
   }
 
-  bool take(std::string_view text) {
-    if (!next().starts_with(text)) return false;
-    rest_.remove_prefix(text.size());
+  bool take(char sign) {
+    if (!next().starts_with(sign)) return false;
+    rest_.remove_prefix(1);
     return true;
   }
 
@@ -233,9 +233,9 @@ class FormulaReader {
   Value conditional() {
     return deeper([&]() -> Value {
       const Value condition = binary(0);
-      if (!take("?")) return condition;
+      if (!take('?')) return condition;
       const Value first = conditional();
-      if (!take(":")) return wrong();
+      if (!take(':')) return wrong();
       const Value second = conditional();
       if (!condition) return std::nullopt;
       return *condition != 0 ? first : second;
@@ -243,8 +243,10 @@ class FormulaReader {
   }
 
   const Operator* operatorAhead() {
-    next();
-    const auto isAhead = [&](const Operator& row) { return rest_.starts_with(row.text); };
+    if (next().empty()) return nullptr;
+    const auto isAhead = [&](const Operator& row) {
+      return row.text.front() == rest_.front() && rest_.starts_with(row.text);
+    };
     const auto* const found = std::find_if(std::begin(operatorRows), std::end(operatorRows), isAhead);
     return found == std::end(operatorRows) ? nullptr : found;
   }
@@ -266,16 +268,16 @@ class FormulaReader {
       const Value value = deeper([&] { return sign(); });
       return value ? operation(*value) : Value();
     };
-    if (take("+")) return signedBy([](T value) { return Value(value); });
-    if (take("-")) return signedBy([](T value) { return sum(T{0}, value, T{-1}); });
-    if (take("~")) return signedBy([](T value) { return onBits(value, T{-1}, bitwiseXor); });
+    if (take('+')) return signedBy([](T value) { return Value(value); });
+    if (take('-')) return signedBy([](T value) { return sum(T{0}, value, T{-1}); });
+    if (take('~')) return signedBy([](T value) { return onBits(value, T{-1}, bitwiseXor); });
     return operand();
   }
 
   Value operand() {
-    if (take("(")) {
+    if (take('(')) {
       const Value value = conditional();
-      return take(")") ? value : wrong();
+      return take(')') ? value : wrong();
     }
     const std::string_view text = next();
     if (text.empty()) return wrong();
@@ -284,7 +286,7 @@ class FormulaReader {
   }
 
   Value number() {
-    const bool isHex = rest_.starts_with("0x") || rest_.starts_with("0X");
+    const bool isHex = isHexadecimal(rest_);
     std::size_t size = 1;
     const auto continues = [&](char c) {
       const bool isExponentSign =
@@ -304,7 +306,7 @@ class FormulaReader {
     const auto end = std::find_if_not(rest_.begin(), rest_.end(), isPart);
     const std::string_view name = rest_.substr(0, static_cast<std::size_t>(end - rest_.begin()));
     rest_.remove_prefix(name.size());
-    if (take("(")) return called(name);
+    if (take('(')) return called(name);
     const auto found = names_.entries_.find(name);
     if (found == names_.entries_.end()) {
       if (name == "PI") return held<T>(std::numbers::pi);
@@ -318,11 +320,11 @@ class FormulaReader {
   }
 
   Value called(std::string_view name) {
-    if (take(")"))
+    if (take(')'))
       return name == "PI" ? held<T>(std::numbers::pi) : name == "E" ? held<T>(std::numbers::e) : wrong();
     const Value argument = conditional();
-    const Value digits = take(",") ? conditional() : Value(T{0});
-    if (!take(")")) return wrong();
+    const Value digits = take(',') ? conditional() : Value(T{0});
+    if (!take(')')) return wrong();
     const auto isNamed = [&](const auto& row) { return row.first == name; };
     const auto* const found = std::find_if(std::begin(functionRows), std::end(functionRows), isNamed);
     if (found == std::end(functionRows) || !argument || !digits) return std::nullopt;

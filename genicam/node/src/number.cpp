@@ -57,11 +57,15 @@ bool takePrefix(std::string_view& text, char sign) {
 }
 
 std::optional<std::uint64_t> parseMagnitude(std::string_view text) {
-  if (text.starts_with("0x") || text.starts_with("0X")) return whole<std::uint64_t>(text.substr(2), 16);
+  if (isHexadecimal(text)) return whole<std::uint64_t>(text.substr(2), 16);
   return whole<std::uint64_t>(text);
 }
 
 }  // namespace
+
+bool isHexadecimal(std::string_view digits) {
+  return digits.size() > 1 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X');
+}
 
 std::string_view trimmed(std::string_view text) {
   const auto isBlank = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
@@ -91,7 +95,7 @@ std::optional<double> parseFloat(std::string_view text) {
   const bool negative = takePrefix(digits, '-');
   if (!negative) takePrefix(digits, '+');
   std::optional<double> number;
-  if (digits.starts_with("0x") || digits.starts_with("0X")) {
+  if (isHexadecimal(digits)) {
     if (const auto magnitude = parseMagnitude(digits)) number = static_cast<double>(*magnitude);
   } else {
     number = parseDecimal(digits);

@@ -14,6 +14,9 @@ using Number = std::variant<std::int64_t, std::uint64_t, double>;
 /// `text` without white space at its ends.
 std::string_view trimmed(std::string_view text);
 
+/// Whether a number without a sign begins with 0x.
+bool isHexadecimal(std::string_view digits);
+
 /// Decimal or hexadecimal (0x) up to 2^64-1, blanks around it allowed; below -2^63 it is -2^63. A number
 /// written as a float is truncated. Nothing for what is not such a number.
 std::optional<Number> parseInteger(std::string_view text);

@@ -225,7 +225,7 @@ std::string_view Document::textOf(pugi::xml_node element) {
   pugi::xml_node child = element.first_child();
   if (!exists(child)) return shown(first);
   std::string joined(first);
-  for (; child; child = child.next_sibling()) {
+  for (; exists(child); child = child.next_sibling()) {
     if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) joined += child.value();
   }
   return mended_.emplace_back(plain(trimmed(joined)));

@@ -43,12 +43,12 @@ std::optional<FormulaNames<T>> namesOf(const NodeIndex& index, const Links& link
     names.add(name, as<T>(*number));
   }
   child = index.element(node.id, Property::Constant);
-  for (; child; child = child.next_sibling(child.name())) {
+  for (; exists(child); child = child.next_sibling(child.name())) {
     const std::optional<T> number = parsed<T>(index.textOf(child));
     if (number) names.add(index.shown(child.attribute("Name").value()), *number);
   }
   child = index.element(node.id, Property::Expression);
-  for (; child; child = child.next_sibling(child.name()))
+  for (; exists(child); child = child.next_sibling(child.name()))
     names.add(index.shown(child.attribute("Name").value()), index.textOf(child));
   return names;
 }

@@ -116,14 +116,14 @@ void Links::addTarget(pugi::xml_node link) {
 // All that the children of one name lead to.
 void Links::addTargets(NodeId id, Property property) {
   pugi::xml_node child = index_.element(id, property);
-  for (; child; child = child.next_sibling(child.name())) addTarget(child);
+  for (; exists(child); child = child.next_sibling(child.name())) addTarget(child);
 }
 
 void Links::addEntries(Place place) {
   nodes[place].firstEntry = static_cast<std::uint32_t>(entries.size());
   if (nodes[place].facts->kind == ElementKind::Enumeration) {
     pugi::xml_node element = index_[nodes[place].id].element.child("EnumEntry");
-    for (; element; element = element.next_sibling("EnumEntry")) addEntry(element);
+    for (; exists(element); element = element.next_sibling("EnumEntry")) addEntry(element);
   }
   nodes[place].endOfEntries = static_cast<std::uint32_t>(entries.size());
 }
@@ -149,13 +149,13 @@ void Links::addVariables(Place place) {
   nodes[place].isOpenFormula = hasOpenVariable(id);
   if (nodes[place].isOpenFormula) return;
   pugi::xml_node child = index_.element(id, Property::PVariable);
-  for (; child; child = child.next_sibling(child.name()))
+  for (; exists(child); child = child.next_sibling(child.name()))
     targets.push_back(add(index_.find(index_.textOf(child))));
 }
 
 bool Links::hasOpenVariable(NodeId id) const {
   pugi::xml_node child = index_.element(id, Property::PVariable);
-  for (; child; child = child.next_sibling(child.name())) {
+  for (; exists(child); child = child.next_sibling(child.name())) {
     const NodeId target = index_.find(index_.textOf(child));
     if (target == noNode || index_.facts(target).isRegister()) return true;
   }

@@ -43,7 +43,7 @@ Literal selected(const NodeIndex& index, const Links& links, const LinkedNode& n
   };
   const auto withIndex = [&](Property property) {
     pugi::xml_node child = index.element(node.id, property);
-    for (; child; child = child.next_sibling(child.name())) {
+    for (; exists(child); child = child.next_sibling(child.name())) {
       const std::optional<Number> number = parseInteger(child.attribute("Index").value());
       if (number && toInteger(*number) == toInteger(*wanted)) break;
     }

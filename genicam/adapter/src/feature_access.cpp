@@ -92,7 +92,7 @@ std::string context(const char* action, const char* word, const std::string& nam
 // What fits the shortest command that a camera may have. Longer ones can fail on USB without an error.
 constexpr std::size_t sureBytes = 40;
 
-/// Reports an error when the device holds another text than the one that it was sent, as far as it tells.
+// Reports an error when the device holds another text than the one that it was sent, as far as it tells.
 void requireText(ArvDevice* device, const char* feature, const std::string& text, GErrorGuard& error) {
   if (error.error != nullptr || text.size() <= sureBytes) return;
   GErrorGuard reading;

@@ -9,7 +9,7 @@
 namespace vireo::genicam {
 namespace {
 
-/// A filled buffer of a stream, which goes back to it exactly once.
+// A filled buffer of a stream, which goes back to it exactly once.
 class PoppedBuffer {
  public:
   PoppedBuffer(ArvStream* stream, std::uint64_t timeoutMicroseconds) noexcept

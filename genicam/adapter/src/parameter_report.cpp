@@ -45,7 +45,22 @@ Parameter withExactType(const Parameter& parameter) {
     case DataType::Bool:
       exact.value = parameter.GetValue<bool>();
       break;
-    default:
+    case DataType::Array:
+    case DataType::Invalid:
+    case DataType::Char:
+    case DataType::Byte:
+    case DataType::Int16:
+    case DataType::UInt16:
+    case DataType::UInt32:
+    case DataType::Int64:
+    case DataType::UInt64:
+    case DataType::Double:
+    case DataType::Complex:
+    case DataType::String:
+    case DataType::ComplexFloat:
+    case DataType::ComplexDouble:
+    case DataType::Bitmask:
+    case DataType::Unspecified:
       exact.type = DataType::String;
       exact.value = parameter.GetValue<std::string>();
   }

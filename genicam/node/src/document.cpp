@@ -138,14 +138,14 @@ std::size_t convertedLinesIn(std::string_view text, std::size_t offset, pugi::xm
   return lines;
 }
 
-/// A description whose markup begins at `start`, and how its bytes were read.
+// A description whose markup begins at `start`, and how its bytes were read.
 struct MarkupText {
   std::string_view text;
   std::size_t start;
   pugi::xml_encoding encoding;
 
   bool isConverted() const { return encoding != pugi::encoding_utf8; }
-  /// Where the parser stopped; it counts bytes of what it converted, so only the line is known then.
+  // Where the parser stopped; it counts bytes of what it converted, so only the line is known then.
   std::string place(std::size_t offset) const {
     if (!isConverted()) return position(text, std::min(start + offset, text.size()));
     return fmt::format("line {}", 1 + linesIn(text.substr(0, start)) +
@@ -164,7 +164,8 @@ struct MarkupText {
 
 // The prefix of the outermost element's namespace with its colon, as in <g:RegisterDescription; mostly empty.
 std::string_view namespacePrefix(std::string_view text) {
-  const std::size_t end = text.find(prefixedRoot);
+  const auto startsPlainRoot = [](std::string_view rest) { return rest.starts_with(openingTag); };
+  const std::size_t end = text.substr(0, findMarkup(text, startsPlainRoot)).find(prefixedRoot);
   const std::size_t tag = end == std::string_view::npos ? end : text.rfind('<', end);
   if (tag == std::string_view::npos) return {};
   const std::string_view prefix = text.substr(tag + 1, end - tag);

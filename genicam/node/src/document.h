@@ -9,8 +9,8 @@
 
 namespace vireo::genicam {
 
-/// A node holds one pointer. pugixml's own test of it is a call into its library; made for every element, those
-/// calls take a thirtieth of the time of parsing.
+/// A node holds one pointer. pugixml's own test of it is a call into its library; made for every element,
+/// those calls take a thirtieth of the time of parsing.
 inline bool exists(pugi::xml_node node) {
   return std::bit_cast<const void*>(node) != nullptr;
 }

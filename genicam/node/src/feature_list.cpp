@@ -45,7 +45,8 @@ class Walk {
     if (node.kind != ElementKind::Category) return;
     feature.firstMember = list.members.size();
     pugi::xml_node child = node.element.child("pFeature");
-    for (; exists(child); child = child.next_sibling("pFeature")) list.members.push_back(index_.textOf(child));
+    for (; exists(child); child = child.next_sibling("pFeature"))
+      list.members.push_back(index_.textOf(child));
     feature.endOfMembers = list.members.size();
     open_.push_back({feature.firstMember, feature.endOfMembers, below(path, node.name)});
   }

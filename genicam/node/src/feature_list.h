@@ -13,7 +13,8 @@ namespace vireo::genicam {
 /// A node that the description offers to users.
 struct Feature {
   NodeId id;
-  std::string_view category;  ///< the path of categories that leads to it; cut where it grows beyond any sense
+  std::string_view
+      category;  ///< the path of categories that leads to it; cut where it grows beyond any sense
   // Places in FeatureList::members: what a category names, in the order of the description.
   std::size_t firstMember = 0;
   std::size_t endOfMembers = 0;

@@ -61,7 +61,7 @@ std::optional<Number> valueOf(const NodeIndex& index, const Links& links, const 
   return value ? std::optional(Number(*value)) : std::nullopt;
 }
 
-/// A converter's formula with everything known but the value behind.
+// A converter's formula with everything known but the value behind.
 template <typename T>
 class Conversion {
  public:

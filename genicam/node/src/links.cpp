@@ -29,6 +29,11 @@ bool isIndexed(const NodeIndex& index, NodeId id) {
              Property::PValueDefault);
 }
 
+template <typename T>
+std::uint32_t endOf(const std::vector<T>& list) {
+  return static_cast<std::uint32_t>(list.size());
+}
+
 }  // namespace
 
 AccessMode narrowed(AccessMode a, AccessMode b) {
@@ -43,21 +48,33 @@ AccessMode Traits::allowed() const {
 
 Links::Links(const NodeIndex& nodeIndex, const std::vector<Feature>& features)
     : index_(nodeIndex), places_(nodeIndex.size(), nowhere) {
-  nodes.reserve(nodeIndex.size());  // most are linked; growing would hold them twice
+  nodes.reserve(nodeIndex.size());  // so that adding a node moves none
   for (const Feature& feature : features) add(feature.id);
-  for (Place place = 0; place < nodes.size(); ++place) followValue(place);
+  for (std::size_t i = 0; i < nodes.size(); ++i) followValue(nodes[i]);
   shown.resize(nodes.size());
-  for (Place place = 0; place < nodes.size(); ++place) followChoices(place);
-  endOfOffers = static_cast<Place>(nodes.size());
-  for (Place place = 0; place < features.size(); ++place) addEntries(place);
-  for (Place place = 0; place < nodes.size(); ++place) followNumbers(place);
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    if (i >= shown.size()) followValue(nodes[i]);
+    followChoices(nodes[i]);
+  }
+  endOfOffers = endOf(nodes);
+  for (std::size_t i = 0; i < features.size(); ++i) addEntries(nodes[i]);
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    if (i < shown.size()) followBounds(nodes[i]);
+    if (i < endOfOffers) {
+      findTraits(nodes[i]);
+    } else {
+      followValue(nodes[i]);
+      followChoices(nodes[i]);
+    }
+    followInputs(nodes[i]);
+  }
   nodes.shrink_to_fit();
   sort();
 }
 
 Place Links::add(NodeId id) {
   if (places_[id] == nowhere) {
-    places_[id] = static_cast<Place>(nodes.size());
+    places_[id] = endOf(nodes);
     LinkedNode& node = nodes.emplace_back();
     node.id = id;
     node.facts = &index_.facts(id);
@@ -70,42 +87,34 @@ Place Links::linked(NodeId id, Property link) {
   return target == noNode ? nowhere : add(target);
 }
 
-// Adding a node may move the others, so none is held while links are followed.
-void Links::followValue(Place place) {
-  nodes[place].behind = linked(nodes[place].id, Property::PValue);
+void Links::followValue(LinkedNode& node) {
+  node.behind = linked(node.id, Property::PValue);
 }
 
-void Links::followChoices(Place place) {
-  const NodeId id = nodes[place].id;
-  if (place >= shown.size()) followValue(place);
-  nodes[place].isIndexed = isIndexed(index_, id);
-  nodes[place].firstTarget = static_cast<std::uint32_t>(targets.size());
-  if (nodes[place].isIndexed) {
-    hasIndexed = true;
-    addTargets(id, Property::PValueIndexed);
-    addTargets(id, Property::PValueDefault);
+void Links::followChoices(LinkedNode& node) {
+  node.isIndexed = isIndexed(index_, node.id);
+  hasIndexed |= node.isIndexed;
+  node.firstTarget = endOf(targets);
+  if (node.isIndexed) {
+    addTargets(node.id, Property::PValueIndexed);
+    addTargets(node.id, Property::PValueDefault);
   }
-  nodes[place].firstCopy = static_cast<std::uint32_t>(targets.size());
-  addTargets(id, Property::PValueCopy);
-  nodes[place].endOfCopies = static_cast<std::uint32_t>(targets.size());
+  node.firstCopy = endOf(targets);
+  addTargets(node.id, Property::PValueCopy);
+  node.endOfCopies = endOf(targets);
 }
 
-void Links::followNumbers(Place place) {
-  const NodeId id = nodes[place].id;
-  if (place < endOfOffers) {
-    findTraits(place);
-  } else {
-    followChoices(place);
-  }
-  if (place < shown.size()) {
-    nodes[place].minimum = linked(id, Property::PMin);
-    nodes[place].maximum = linked(id, Property::PMax);
-    nodes[place].increment = linked(id, Property::PInc);
-  }
-  if (nodes[place].isIndexed) nodes[place].selector = linked(id, Property::PIndex);
-  nodes[place].firstVariable = static_cast<std::uint32_t>(targets.size());
-  addVariables(place);
-  nodes[place].endOfVariables = static_cast<std::uint32_t>(targets.size());
+void Links::followBounds(LinkedNode& node) {
+  node.minimum = linked(node.id, Property::PMin);
+  node.maximum = linked(node.id, Property::PMax);
+  node.increment = linked(node.id, Property::PInc);
+}
+
+void Links::followInputs(LinkedNode& node) {
+  if (node.isIndexed) node.selector = linked(node.id, Property::PIndex);
+  node.firstVariable = endOf(targets);
+  if (node.facts->isFormula()) addVariables(node);
+  node.endOfVariables = endOf(targets);
 }
 
 void Links::addTarget(pugi::xml_node link) {
@@ -119,36 +128,34 @@ void Links::addTargets(NodeId id, Property property) {
   for (; exists(child); child = child.next_sibling(child.name())) addTarget(child);
 }
 
-void Links::addEntries(Place place) {
-  nodes[place].firstEntry = static_cast<std::uint32_t>(entries.size());
-  if (nodes[place].facts->kind == ElementKind::Enumeration) {
-    pugi::xml_node element = index_[nodes[place].id].element.child("EnumEntry");
+void Links::addEntries(LinkedNode& node) {
+  node.firstEntry = endOf(entries);
+  if (node.facts->kind == ElementKind::Enumeration) {
+    pugi::xml_node element = index_[node.id].element.child("EnumEntry");
     for (; exists(element); element = element.next_sibling("EnumEntry")) addEntry(element);
   }
-  nodes[place].endOfEntries = static_cast<std::uint32_t>(entries.size());
+  node.endOfEntries = endOf(entries);
 }
 
 void Links::addEntry(pugi::xml_node element) {
   Entry entry;
   entry.name = index_.shown(element.attribute("Name").value());
-  entry.firstCondition = static_cast<std::uint32_t>(targets.size());
+  entry.firstCondition = endOf(targets);
   for (pugi::xml_node child = element.first_child(); exists(child); child = child.next_sibling()) {
     const std::optional<Property> property = elementNamed(child.name()).property;
     if (property == Property::Value && entry.value.empty()) entry.value = index_.textOf(child);
     if (property == Property::PIsImplemented || property == Property::PIsAvailable) addTarget(child);
   }
-  entry.endOfConditions = static_cast<std::uint32_t>(targets.size());
+  entry.endOfConditions = endOf(targets);
   if (entry.value.empty()) entry.value = index_.shown(element.attribute("Value").value());
   entries.push_back(entry);
 }
 
 // Most formulas ask a register: then the other variables need not be followed.
-void Links::addVariables(Place place) {
-  const NodeId id = nodes[place].id;
-  if (!nodes[place].facts->isFormula()) return;
-  nodes[place].isOpenFormula = hasOpenVariable(id);
-  if (nodes[place].isOpenFormula) return;
-  pugi::xml_node child = index_.element(id, Property::PVariable);
+void Links::addVariables(LinkedNode& node) {
+  node.isOpenFormula = hasOpenVariable(node.id);
+  if (node.isOpenFormula) return;
+  pugi::xml_node child = index_.element(node.id, Property::PVariable);
   for (; exists(child); child = child.next_sibling(child.name()))
     targets.push_back(add(index_.find(index_.textOf(child))));
 }
@@ -162,14 +169,14 @@ bool Links::hasOpenVariable(NodeId id) const {
   return false;
 }
 
-void Links::findTraits(Place place) {
-  const NodeId id = nodes[place].id;
-  if (std::exchange(nodes[place].hasTraits, true)) return;
-  Traits traits;
+void Links::findTraits(LinkedNode& node) {
+  const NodeId id = node.id;
+  if (std::exchange(node.hasTraits, true)) return;
+  Traits& traits = node.traits;
   if (const NodeId structure = index_[id].structure; structure != noNode) {
-    const Place around = add(structure);
+    LinkedNode& around = nodes[add(structure)];
     findTraits(around);
-    traits = nodes[around].traits;
+    traits = around.traits;
   }
   const auto take = [&](auto& trait, Property property, const auto& read) {
     if (index_.has(id, property)) trait = read(index_.text(id, property));
@@ -184,7 +191,6 @@ void Links::findTraits(Place place) {
   link(traits.implementedBy, Property::PIsImplemented);
   link(traits.availableBy, Property::PIsAvailable);
   link(traits.lockedBy, Property::PIsLocked);
-  nodes[place].traits = traits;
 }
 
 // Each walk goes behind pValue until it meets what is placed already, an end, or itself.

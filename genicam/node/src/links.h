@@ -151,15 +151,16 @@ class Links {
  private:
   Place add(NodeId id);
   Place linked(NodeId id, Property link);
-  void followValue(Place place);
-  void followChoices(Place place);
-  void followNumbers(Place place);
-  void findTraits(Place place);
+  void followValue(LinkedNode& node);
+  void followChoices(LinkedNode& node);
+  void followBounds(LinkedNode& node);
+  void followInputs(LinkedNode& node);
+  void findTraits(LinkedNode& node);
   void addTargets(NodeId id, Property property);
-  void addVariables(Place place);
-  void addEntries(Place place);
-  void addEntry(pugi::xml_node element);
   void addTarget(pugi::xml_node link);
+  void addVariables(LinkedNode& node);
+  void addEntries(LinkedNode& node);
+  void addEntry(pugi::xml_node element);
   bool hasOpenVariable(NodeId id) const;
   void sort();
   void cut(Place circle);

@@ -24,8 +24,8 @@ NodeIndex::NodeIndex(Document& description) : document_(description) {
   sortKeys();
 }
 
-// In document order without recursion. Each element is done with while the processor still has it at hand; the
-// few nodes that hold others are gone through twice.
+// In document order without recursion. Each element is done with while the processor still has it at hand;
+// the few nodes that hold others are gone through twice.
 void NodeIndex::walk(pugi::xml_node root) {
   struct Level {
     pugi::xml_node next;
@@ -51,8 +51,8 @@ void NodeIndex::walk(pugi::xml_node root) {
 NodeId NodeIndex::add(pugi::xml_node element, ElementKind kind, NodeId around) {
   const std::string_view name = document_.shown(element.attribute("Name").value());
   if (name.empty() && kind != ElementKind::StructReg) return noNode;
-  const bool isEntry = kind == ElementKind::StructEntry && around != noNode &&
-                       nodes_[around].kind == ElementKind::StructReg;
+  const bool isEntry =
+      kind == ElementKind::StructEntry && around != noNode && nodes_[around].kind == ElementKind::StructReg;
   nodes_.push_back({element, name, {}, 0, isEntry ? around : noNode, kind});
   return size() - 1;
 }

@@ -28,7 +28,8 @@ void recordFaults(const NodeIndex& index, const Links& links, Place place) {
                    contradictionText(index, links, place));
 }
 
-// Calls `take` for each sound feature with its name in the node map, the index, the links and its place in them.
+// Calls `take` for each sound feature with its name in the node map, the index, the links and its place in
+// them.
 template <typename Take>
 NodeMap parseFeatures(const std::string& xml, const Take& take) {
   Document document(xml);
@@ -59,10 +60,9 @@ NodeMap XmlParser::parse(const std::string& xml) {
 
 DetailedFeatures parseWithDetails(const std::string& xml) {
   DetailedFeatures features;
-  features.nodes =
-      parseFeatures(xml, [&](const std::string& name, const auto&... found) {
-        features.details.emplace_hint(features.details.end(), name, detailsOf(found...));
-      });
+  features.nodes = parseFeatures(xml, [&](const std::string& name, const auto&... found) {
+    features.details.emplace_hint(features.details.end(), name, detailsOf(found...));
+  });
   return features;
 }
 

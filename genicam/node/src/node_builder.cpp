@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <span>
 #include <utility>
 
 #include "brio/fnd/record.h"
@@ -105,8 +106,10 @@ void fill(EnumerationNode& node, const Described& described) {
 }
 
 void fill(CategoryNode& node, const Described& described) {
-  const auto members = described.list.members.begin();
-  node.features.assign(members + described.feature.firstMember, members + described.feature.endOfMembers);
+  const Feature& feature = described.feature;
+  const auto members = std::span(described.list.members)
+                           .subspan(feature.firstMember, feature.endOfMembers - feature.firstMember);
+  node.features.assign(members.begin(), members.end());
 }
 
 template <typename Kind>

@@ -53,7 +53,7 @@ NodeId NodeIndex::add(pugi::xml_node element, ElementKind kind, NodeId around) {
   if (name.empty() && kind != ElementKind::StructReg) return noNode;
   const bool isEntry =
       kind == ElementKind::StructEntry && around != noNode && nodes_[around].kind == ElementKind::StructReg;
-  nodes_.push_back({element, name, {}, 0, isEntry ? around : noNode, kind});
+  nodes_.push_back({element, name, {}, kind, 0, isEntry ? around : noNode});
   return size() - 1;
 }
 

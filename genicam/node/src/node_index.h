@@ -23,9 +23,9 @@ struct IndexedNode {
   pugi::xml_node element;
   std::string_view name;
   PropertySet properties;
+  ElementKind kind;
   std::uint32_t firstProperty;  ///< where the index keeps the elements of its properties
   NodeId structure;             ///< the StructReg around a StructEntry
-  ElementKind kind;
 };
 
 /// Every named node of a description, wherever it stands, in document order, and every StructReg, whose

@@ -523,6 +523,16 @@ TEST(Log, HasWhatTheCameraLibrarySays) {
   EXPECT_THAT(run("--log error --timeout 0 " + network + "info").err, HasSubstr(": camera library: " + said));
 }
 
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // they need more than the limit
+TEST(Log, HasWhatTheCameraLibraryEndsTheProgramWith) {
+  const SimulatedNetworkCamera camera("--size 64x64 --rate 100 --faults 'packet 1- garbage'");
+  const auto ended = run(network + "watch", "ulimit -v 4000000;");
+  EXPECT_EQ(ended.status, 128 + SIGTRAP);
+  EXPECT_THAT(ended.err,
+              ContainsRegex("^vireo-cam: camera library: .* bytes: the library ended the program\n$"));
+}
+#endif
+
 TEST(Lists, AgreeBetweenCameraAndItsDescription) {
   const TemporaryDirectory directory;
   const std::string file = "'" + (directory / "camera.xml").string() + "'";

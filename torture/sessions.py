@@ -21,6 +21,10 @@ KNOWN = [
     ('^session usb', r'SIGFPE in libc.* < libaravis.* at at \d+ start',
      'the library divides by what it could not read of a USB camera, making a stream'),
     ('^command usb .*: (grab|watch|bench)', 'ended by SIGFPE', 'the same'),
+    ('^session gige .* packet .*(garbage|mutated)', r'SIGTRAP in .*\(g_malloc0\+.* at at \d+ receive',
+     'the library allocates as many gigabytes as a packet that nobody checks asks for'),
+    ('^command gige packet .*(garbage|mutated).*: (grab|watch)', r'ended by SIGTRAP(.|\n)*failed to allocate',
+     'the same'),
 ]
 
 

@@ -15,6 +15,7 @@
 #include "brio/fnd/record.h"
 #include "camera/gvcp.h"
 #include "camera/program_path.h"
+#include "terminal/console.h"
 #include "terminal/failure.h"
 #include "terminal/ipv4.h"
 
@@ -48,6 +49,9 @@ void keepFirst(const std::string& message) {
 GLogWriterOutput recordMessage(GLogLevelFlags level, const GLogField* fields, gsize count, gpointer) {
   const std::string message = messageOf(fields, count);
   const bool grave = (level & (G_LOG_LEVEL_ERROR | G_LOG_LEVEL_CRITICAL)) != 0;
+  // Behind this message GLib aborts the process: nobody could say it later.
+  if ((level & (G_LOG_LEVEL_ERROR | G_LOG_FLAG_FATAL)) != 0)
+    PrintError(fmt::format("camera library: {}: the library ended the program", message));
   if (grave || (level & G_LOG_LEVEL_WARNING) != 0) keepFirst(message);
   if (grave) {
     BRIO_LOG_ERROR("camera library: {}", message);

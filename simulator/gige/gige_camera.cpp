@@ -242,10 +242,11 @@ void GigeCamera::streamFrames() {
   std::uint64_t block = options_.firstBlock;
   std::uint32_t port = 0;
   while (!stop_) {
-    if (std::exchange(port, model_.Register(bootstrap::streamPort)) != port) block = options_.firstBlock;
     sender_.SendLate();
     const auto exposure = model_.WaitForFrame(Clock::now() + patience);
-    if (!exposure || model_.Register(bootstrap::streamPort) == 0) continue;
+    // After the wait, in which a client may have opened a stream: its first frame has the first id.
+    if (std::exchange(port, model_.Register(bootstrap::streamPort)) != port) block = options_.firstBlock;
+    if (!exposure || port == 0) continue;
     streamFrame(*exposure, block);
     block = GvspPackets::NextBlock(block, options_.extendedIds);
   }

@@ -38,6 +38,9 @@ TEST(Address, IsToldWhatIsWrong) {
       {"x 192.168.0.7", 2, "'192.168.0.7' is not such as 192.168.0.7/24"},
       {"x 192.168.0.7/31", 2, "'192.168.0.7/31' is not such as"},
       {"x 192.168.0.7/24 --gateway here", 2, "'here' is not such as 192.168.0.1"},
+      {"'' 10.0.0.7/24", 2, "CAMERA: takes a camera, not nothing"},
+      {"x 10.0.0.7/24 --simulate", 2, "CAMERA says which one: leave --address and --simulate out"},
+      {"x 10.0.0.7/24 --address y", 2, "leave --address and --simulate out"},
       {"nobody 10.0.0.7/24", 3, "no GigE Vision camera 'nobody' answers"},
   };
   for (const auto& [arguments, status, text] : rows) {
@@ -94,11 +97,14 @@ TEST_F(Wire, GivesAnAddressThatIsFreeAndWithinReach) {
   const std::pair<const char*, const char*> refused[] = {
       {"192.168.77.0/24", "192.168.77.0 is not an address that a host of 192.168.77.0/24 can have"},
       {"192.168.77.255/24", "192.168.77.255 is not an address"},
+      {"192.168.77.255/16", "192.168.77.255 is not an address that a host of 192.168.77.0/24 can have"},
       {"192.168.77.1/24", "192.168.77.1 is the address of this computer's host0"},
       {"192.168.77.60/24", "192.168.77.60 is in use by Vireo SimulatedCamera NEAR"},
       {"192.168.77.50/30", "with /30 the camera could not answer 192.168.77.1: use /24"},
       {"10.1.1.1/24",
        "could not be reached over host0 (192.168.77.1/24): choose an address in 192.168.77.0/24"},
+      {"192.168.77.50/24 --gateway 192.168.77.50", "192.168.77.50 is the address that the camera is to have"},
+      {"192.168.77.50/24 --gateway 192.168.77.255", "the gateway 192.168.77.255 is not an address"},
       {"192.168.77.50/24 --gateway 10.0.0.1", "the gateway 10.0.0.1 is not in 192.168.77.0/24"},
   };
   for (const auto& [wanted, text] : refused) {
@@ -106,14 +112,22 @@ TEST_F(Wire, GivesAnAddressThatIsFreeAndWithinReach) {
     EXPECT_EQ(result.status, 1) << wanted;
     EXPECT_THAT(result.err, HasSubstr(text));
   }
-  // For that address the system of the far camera answers, with that camera's MAC address.
+  // For that address the system of the far camera answers, with that camera's MAC address; this one still
+  // knows a device that is gone.
+  const auto rememberGoneDevice = [] {
+    return TwoComputers::run("ntable change name arp_cache dev host0 delay_probe 1500 retrans 100") &&
+           TwoComputers::run("neighbour replace 192.168.77.50 lladdr 02:00:00:00:00:99 nud stale dev host0");
+  };
+  ASSERT_TRUE(rememberGoneDevice());
   EXPECT_THAT(run("address NEAR 192.168.77.50/24").err,
               HasSubstr("192.168.77.50 is in use by the device 02:00:0a:09:00:02: choose another"));
+  ASSERT_TRUE(rememberGoneDevice());
   const auto moved = run("address far 192.168.77.50/24 --persistent");
   EXPECT_EQ(moved.out,
             "Vireo SimulatedCamera FAR (02:00:0a:09:00:02) answers at 192.168.77.50/24, now and when it is "
             "switched on\n")
       << moved.err;
+  EXPECT_THAT(moved.err, HasSubstr("was in use by the device 02:00:00:00:00:99: waiting"));
   EXPECT_EQ(run("--address 192.168.77.50 get GevPersistentIPAddress GevPersistentDefaultGateway").out,
             "GevPersistentIPAddress=192.168.77.50\nGevPersistentDefaultGateway=0.0.0.0\n");
   EXPECT_EQ(listedBySerial()["FAR"]["advice"], "");

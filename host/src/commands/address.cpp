@@ -4,11 +4,10 @@
 #include <algorithm>
 #include <bit>
 #include <chrono>
-#include <fstream>
 #include <memory>
-#include <sstream>
 
 #include "camera/gige_cameras.h"
+#include "camera/neighbours.h"
 #include "commands/commands.h"
 #include "parameters/names.h"
 #include "parameters/writer.h"
@@ -27,9 +26,13 @@ struct AddressOptions {
   bool persistent = false;
 };
 
+using Clock = std::chrono::steady_clock;
+
 constexpr int tries = 3;
 constexpr std::chrono::seconds tryTime(5);  // a camera may need some to begin anew
 constexpr std::chrono::milliseconds answerTime(1000);
+constexpr std::chrono::milliseconds confirmationAccuracy(20);
+constexpr std::chrono::seconds forgettingTime(60);
 
 Failure failed(const std::string& text) {
   return Failure(ExitStatus::Failed, text);
@@ -95,34 +98,51 @@ NetworkPort portFor(const GigeCamera& camera, const Ipv4Network& wanted) {
                   camera.port.network.SubnetText(), wanted.SubnetText()));
 }
 
+bool isHostOf(const Ipv4Network& network, std::uint32_t address) {
+  const std::uint32_t host = address & ~network.mask;
+  return host != 0 && host != ~network.mask;
+}
+
 void requireHostAddress(const Ipv4Network& wanted, const NetworkPort& port) {
   const std::uint32_t first = wanted.address >> 24;
   const bool isLoopback = first == 127 && port.network.address >> 24 != 127;
-  const std::uint32_t host = wanted.address & ~wanted.mask;
-  if (first != 0 && first < 224 && !isLoopback && host != 0 && host != ~wanted.mask) return;
+  const bool isUsable = first != 0 && first < 224 && !isLoopback && isHostOf(wanted, wanted.address);
+  if (isUsable && isHostOf(port.network, wanted.address)) return;
   throw failed(fmt::format("{} is not an address that a host of {} can have", Ipv4Text(wanted.address),
+                           (isUsable ? port.network : wanted).SubnetText()));
+}
+
+std::uint32_t gatewayFor(const GigeCamera& camera, const Ipv4Network& wanted, const std::string& given) {
+  if (given.empty()) return wanted.Contains(camera.gateway) ? camera.gateway : 0;
+  const std::uint32_t gateway = Ipv4From(given).value();
+  if (gateway == wanted.address)
+    throw failed(fmt::format("the gateway {} is the address that the camera is to have", given));
+  if (wanted.Contains(gateway) && isHostOf(wanted, gateway)) return gateway;
+  throw failed(fmt::format("the gateway {} is not {} {}", given,
+                           wanted.Contains(gateway) ? "an address that a host can have in" : "in",
                            wanted.SubnetText()));
 }
 
-// The MAC address that the system has learned for an address; empty where nobody has answered for it.
-std::string neighbourAt(const NetworkPort& port, std::uint32_t address) {
-  std::ifstream table("/proc/net/arp");
-  for (std::string line; std::getline(table, line);) {
-    std::istringstream words(line);
-    std::string ip, type, flags, mac, mask, device;
-    words >> ip >> type >> flags >> mac >> mask >> device;
-    if (ip == Ipv4Text(address) && device == port.interface && flags != "0x0") return Lowered(mac);
-  }
-  return "";
-}
-
-// Asking a camera that may be there also makes the system ask whose address it is.
+// Asking a camera that may be there also makes the system ask whose address it is. What it has learned before
+// it believes for up to 45 s, and needs 8 s more to find out that nobody answers: that is waited for, and
+// then asked anew, since it looks for the old device alone.
 void requireUnused(const GigeCamera& camera, const NetworkPort& port, const Ipv4Network& wanted) {
-  const auto there = GigeCameraAt(port, wanted.address, answerTime);
-  const std::string neighbour = there ? MacText(there->mac) : neighbourAt(port, wanted.address);
-  if (neighbour.empty() || neighbour == MacText(camera.mac)) return;
-  throw failed(fmt::format("{} is in use by {}: choose another", Ipv4Text(wanted.address),
-                           there ? titleOf(*there) : "the device " + neighbour));
+  const auto begun = Clock::now();
+  for (bool waited = false;;) {
+    const auto there = GigeCameraAt(port, wanted.address, answerTime);
+    const auto neighbour = NeighbourAt(port, wanted.address);
+    const std::string mac = there ? MacText(there->mac) : neighbour ? neighbour->mac : "";
+    if (mac == MacText(camera.mac) || (mac.empty() && !waited)) return;
+    const bool answers = there || (neighbour && neighbour->confirmed >= begun - confirmationAccuracy);
+    if (answers || Clock::now() - begun > forgettingTime)
+      throw failed(fmt::format("{} is in use by {}: choose another", Ipv4Text(wanted.address),
+                               there ? titleOf(*there) : "the device " + mac));
+    if (!waited)
+      PrintError(
+          fmt::format("note: {} was in use by the device {}: waiting a minute at most, whether it still is",
+                      Ipv4Text(wanted.address), mac));
+    waited = !mac.empty();
+  }
 }
 
 void requireFree(const GigeCamera& camera) {
@@ -136,8 +156,7 @@ void moveTo(const GigeCamera& camera, const NetworkPort& port, const Ipv4Network
             std::uint32_t gateway) {
   for (int i = 0; i < tries; ++i) {
     ForceAddress(camera, wanted, gateway);
-    for (const auto end = std::chrono::steady_clock::now() + tryTime;
-         std::chrono::steady_clock::now() < end;) {
+    for (const auto end = Clock::now() + tryTime; Clock::now() < end;) {
       const auto there = GigeCameraAt(port, wanted.address, answerTime);
       if (there && there->mac == camera.mac) return;
     }
@@ -184,12 +203,11 @@ void keep(CameraOptions options, const Ipv4Network& wanted, std::uint32_t gatewa
 }
 
 ExitStatus address(const CommandLine& line, const AddressOptions& options) {
+  if (line.camera.simulate || !line.camera.address.empty())
+    throw Failure(ExitStatus::WrongUsage, "CAMERA says which one: leave --address and --simulate out");
   const Ipv4Network wanted = networkFrom(options.network).value();
   const GigeCamera camera = cameraNamed(FindGigeCameras(), options.camera);
-  std::uint32_t gateway = wanted.Contains(camera.gateway) ? camera.gateway : 0;
-  if (!options.gateway.empty()) gateway = Ipv4From(options.gateway).value();
-  if (!options.gateway.empty() && !wanted.Contains(gateway))
-    throw failed(fmt::format("the gateway {} is not in {}", options.gateway, wanted.SubnetText()));
+  const std::uint32_t gateway = gatewayFor(camera, wanted, options.gateway);
   const NetworkPort port = portFor(camera, wanted);
   requireHostAddress(wanted, port);
   requireUnused(camera, port, wanted);
@@ -219,7 +237,8 @@ void AddAddressCommand(CommandLine& line) {
   command
       ->add_option("CAMERA", options->camera,
                    "MAC address, IP address, serial number, user name or device id, as 'cameras' shows them")
-      ->required();
+      ->required()
+      ->check(CameraName());
   command
       ->add_option("IP/PREFIX", options->network, "Address and length of its subnet, such as 192.168.0.7/24")
       ->required()

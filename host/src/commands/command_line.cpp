@@ -39,6 +39,13 @@ CLI::Validator OneOf(const std::vector<std::string>& words) {
   return CLI::Validator(check, "");
 }
 
+CLI::Validator CameraName() {
+  const auto check = [](const std::string& text) {
+    return text.find_first_not_of(" \t") == std::string::npos ? "takes a camera, not nothing" : "";
+  };
+  return CLI::Validator(check, "");
+}
+
 void AddPatienceOption(CLI::App* command, double& seconds) {
   command->add_option("--patience", seconds, "Seconds without any frame after which it fails; 0: never")
       ->type_name("S")
@@ -58,11 +65,7 @@ CommandLine::CommandLine()
   app.add_option("-a,--address", camera.address,
                  "Camera to open: device id, IP or MAC address or host name; default: the first one found")
       ->type_name("CAMERA")
-      ->check(CLI::Validator(
-          [](const std::string& text) {
-            return text.find_first_not_of(" \t") == std::string::npos ? "takes a camera, not nothing" : "";
-          },
-          ""));
+      ->check(CameraName());
   app.add_option("-t,--timeout", camera.timeoutSeconds, "Seconds to keep trying to open the camera")
       ->type_name("S")
       ->check(Seconds())

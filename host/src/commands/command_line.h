@@ -37,6 +37,7 @@ struct CommandLine {
 CLI::Validator WholeNumber(std::int64_t min, std::int64_t max);
 CLI::Validator Number(double min, double max);
 CLI::Validator OneOf(const std::vector<std::string>& words);
+CLI::Validator CameraName();  ///< not a blank one
 
 /// A number of seconds, 0 or more.
 inline CLI::Validator Seconds() {

@@ -309,9 +309,9 @@ TEST(Grab, TakesEachFrameOfASweepWithItsValue) {
   }
   const auto failed = run(grab + "--sweep Width=256,4096");
   EXPECT_EQ(failed.status, 1);
-  EXPECT_THAT(failed.err, HasSubstr("Width takes 8 to 2048 px, not 4096; 3 frames are saved"));
-  EXPECT_THAT(run(grab + "--sweep PixelFormat=Mono8,Mono16").err,
-              HasSubstr("and now it is Mono16 instead of Mono8: grab once for each; 3 frames are"));
+  EXPECT_THAT(failed.err, HasSubstr("Width takes 8 to 2048 px, not 4096; nothing is saved"));
+  EXPECT_EQ(run(grab + "--sweep SensorWidth=64").err,
+            "vireo-cam: SensorWidth is read-only; nothing is saved\n");
   EXPECT_EQ(run(network + "get Width PixelFormat").out, "Width=512\nPixelFormat=Mono8\n");
 }
 
@@ -643,6 +643,8 @@ TEST(Mistakes, InTheCommandLineAndInFilesGetOneLine) {
       {"grab --stack -f raw", 2, "--stack makes a TIFF file: leave --format raw out"},
       {"grab --sweep Gain=1,,2", 2, "'Gain=1,,2' is not NAME=VALUE,VALUE..."},
       {"grab -n 0 --sweep Gain=1", 2, "--sweep needs the frames of each value"},
+      {"grab --sweep PixelFormat=Mono8,Mono16", 2, "the frames of one grab have one PixelFormat"},
+      {"grab --trigger software --sweep TriggerMode=On,Off", 2, "--trigger software sets TriggerMode: leave"},
       {"grab --every 5", 2, "--every requires --trigger"},
       {"watch --seconds nan", 2, "takes a number from 0 to 1000000000, not 'nan'"},
       {"--timeout 0 --address Fake_9 info", 3, "no camera at 'Fake_9' within 0 s"},

@@ -48,6 +48,12 @@ void TakingOptions::AddTo(CLI::App* command) {
 void TakingOptions::Check() const {
   if (!sweep.empty() && frames == 0)
     throw Failure(ExitStatus::WrongUsage, "--sweep needs the frames of each value: --frames 1 or more");
+  const std::string name = SweepName(sweep);
+  if (name == "PixelFormat")
+    throw Failure(ExitStatus::WrongUsage, "the frames of one grab have one PixelFormat: grab once for each");
+  if (!trigger.empty() && (name == "TriggerSelector" || name == "TriggerMode" || name == "TriggerSource"))
+    throw Failure(ExitStatus::WrongUsage,
+                  fmt::format("--trigger software sets {}: leave one of --trigger and --sweep out", name));
 }
 
 std::int64_t TakingOptions::AllFrames() const {
@@ -76,6 +82,7 @@ std::vector<std::string> FrameTaking::Columns() const {
 void FrameTaking::Run(FrameSink& sink) {
   if (!options_.trigger.empty()) TurnOnSoftwareTrigger(camera_, *settings_);
   if (!sweep_) return take(sink, [] {});
+  sweep_->RequireAll();
   for (std::size_t i = 0; i < sweep_->Size() && !Interrupted(); ++i) {
     stream_.ExpectFrames(options_.frames * static_cast<std::int64_t>(i + 1));
     take(sink, [&] { value_ = sweep_->Choose(i); });

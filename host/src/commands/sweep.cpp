@@ -56,6 +56,10 @@ std::string Sweep::Choose(std::size_t index) {
   return taken;
 }
 
+std::string SweepName(const std::string& option) {
+  return wordsOf(option).name;
+}
+
 std::size_t SweepSize(const std::string& option) {
   return wordsOf(option).values.size();
 }

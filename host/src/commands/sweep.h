@@ -18,6 +18,8 @@ class Sweep {
 
   const std::string& Name() const { return name_; }
   std::size_t Size() const { return values_.size(); }
+  /// Throws Failure unless the camera, as it is now, can take all values.
+  void RequireAll() { settings_.Require(values_); }
   /// Sets a value, to be called without a stream. Returns what the camera has taken, and notes on standard
   /// error where that is another value. Throws Failure when it does not take it.
   std::string Choose(std::size_t index);
@@ -29,7 +31,8 @@ class Sweep {
   std::vector<common::Parameter> values_;
 };
 
-/// How many values the option has.
+/// Which parameter the option names, and how many values it has.
+std::string SweepName(const std::string& option);
 std::size_t SweepSize(const std::string& option);
 
 /// Adds --sweep to a command that grabs `--frames` with each value.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <exception>
 
+#include "parameters/bounds.h"
 #include "parameters/names.h"
 #include "terminal/console.h"
 #include "terminal/failure.h"
@@ -32,7 +33,17 @@ ReadBack TemporarySettings::Set(const std::string& name, const std::string& valu
   return Set(ParseValue(like, value, FormOf(camera_.Features(), like)));
 }
 
+void TemporarySettings::Require(const std::vector<Parameter>& wanted) {
+  const auto objects = [&](const Parameter& parameter) { return writer_.Objects(parameter); };
+  if (std::none_of(wanted.begin(), wanted.end(), objects)) return;
+  writer_.Scan();
+  for (const Parameter& parameter : wanted)
+    if (const auto objection = Objection(parameter, LastScan()))
+      throw Failure(ExitStatus::Failed, *objection);
+}
+
 ReadBack TemporarySettings::Set(const Parameter& wanted) {
+  Require({wanted});  // what is not sent need not be put back
   Setting& setting = remember(wanted.name);
   writer_.WriteInOrder({wanted}).Require();
   setting.now = wanted;

@@ -20,6 +20,8 @@ class TemporarySettings {
   TemporarySettings& operator=(const TemporarySettings&) = delete;
   ~TemporarySettings();
 
+  /// Throws Failure unless the camera, as it is now, can take each of the values; writes nothing.
+  void Require(const std::vector<common::Parameter>& wanted);
   /// Writes a parameter and reads it back. Throws Failure when the camera does not take the value, or does
   /// not tell what it had before, in which case nothing is written.
   ReadBack Set(const common::Parameter& wanted);

@@ -592,7 +592,8 @@ TEST(Bench, RestoresTheRateWhenASignalEndsIt) {
     Program bench(network + "bench --seconds 100");
     waitUntil("the higher rate", rateIs("1000"), std::chrono::seconds(10));
     bench.Signal(signal);
-    bench.Wait();
+    const int status = bench.Wait().status;
+    EXPECT_EQ(status, signal == SIGQUIT || signal == SIGKILL ? 128 + signal : 5);
     waitUntil("the rate of before", rateIs("25"), std::chrono::seconds(10));
   }
 }

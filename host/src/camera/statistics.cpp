@@ -50,6 +50,10 @@ void StreamStatistics::endOutage(Clock::time_point arrival) {
   lostSince_.reset();
 }
 
+double StreamStatistics::OpenOutage(Clock::time_point now) const {
+  return lostSince_ ? seconds(now - *lostSince_) : 0.0;
+}
+
 void StreamStatistics::End(Clock::time_point begun, Clock::time_point end) {
   const Clock::duration silence = end - (frames_ > 0 ? last_ : begun);
   if (silence < rateSpan) return;

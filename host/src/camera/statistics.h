@@ -54,6 +54,7 @@ class StreamStatistics {
   std::uint64_t Truncated() const { return truncated_; }
   std::uint64_t Bad() const { return faults_.Bad() + truncated_; }  ///< came damaged or truncated
   const Outages& EndedOutages() const { return outages_; }
+  double OpenOutage(Clock::time_point now) const;         ///< seconds of the one that has not ended; 0: none
   bool IsLost() const { return lostSince_.has_value(); }  ///< since a loss no frame came
 
   double Seconds() const;    ///< from the first frame to the last, or to the end of a silence behind it

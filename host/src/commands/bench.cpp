@@ -12,6 +12,7 @@
 
 #include "camera/camera.h"
 #include "commands/commands.h"
+#include "commands/completeness.h"
 #include "commands/watch_options.h"
 #include "parameters/temporary_settings.h"
 #include "terminal/console.h"
@@ -74,6 +75,7 @@ ExitStatus bench(Camera& camera, const BenchOptions& options) {
   ReceiveOnly(stream);
   const ProcessorTime end = processorTime();
   if (stream.Statistics().Frames() < 2) {
+    if (stream.EndedEarly()) RequireComplete(stream, true);
     throw Failure(ExitStatus::Failed, "too few frames to measure: 'vireo-cam watch' shows what comes");
   }
   if (const double silence = stream.FinalSilence(); silence > 0.0) {
@@ -82,6 +84,7 @@ ExitStatus bench(Camera& camera, const BenchOptions& options) {
         fmt::format("no frame came in the last {:.1f} s: 'vireo-cam watch' shows what comes", silence));
   }
   print(stream.Statistics(), {end.thread - start.thread, end.process - start.process}, options.watch.json);
+  RequireComplete(stream, true);
   return ExitStatus::Done;
 }
 

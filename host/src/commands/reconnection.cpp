@@ -59,14 +59,19 @@ void Reconnection::Run(FrameStream& stream, const std::function<void()>& receive
         renew();
         lost = false;
       }
-      return receive();
+      receive();
+      // Frames that were missing at the end, and a stop that took long: the loss may be certain only now.
+      if (Interrupted() || stream.EndedEarly() || stream.FinalSilence() > 0.0) camera_.CheckLink();
+      return;
     } catch (const std::exception& error) {
-      if (!IsWanted() || Interrupted() || !isLoss(error)) throw;
+      const bool isHurried = Interrupted() && !isLost(camera_);
+      if (!IsWanted() || isHurried || !isLoss(error)) throw;
+      stream.AddLoss();
+      if (Interrupted() || stream.IsComplete()) throw;
     }
     if (!lost)
       PrintError(fmt::format("note: the link to the camera is lost: connecting to {} again until Ctrl-C",
                              camera_.IdentityAtStart()));
-    stream.AddLoss();
     lost = true;
   }
 }

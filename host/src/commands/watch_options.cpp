@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "commands/progress_line.h"
+#include "terminal/interrupt.h"
 
 namespace vireo::host {
 namespace {
@@ -34,6 +35,16 @@ std::string badText(const StreamStatistics& statistics) {
   return counts.empty() ? "none" : fmt::format("{}", fmt::join(counts, ", "));
 }
 
+std::string outageText(const StreamStatistics& statistics) {
+  const StreamStatistics::Outages& ended = statistics.EndedOutages();
+  const double open = statistics.OpenOutage(StreamStatistics::Clock::now());
+  std::vector<std::string> texts;
+  if (ended.count != 0)
+    texts.push_back(fmt::format("{}, {:.2f} s without frames", ended.count, ended.seconds));
+  if (open > 0.0) texts.push_back(fmt::format("one of {:.2f} s has not ended", open));
+  return texts.empty() ? "" : fmt::format("Outages       {}\n", fmt::join(texts, "; "));
+}
+
 }  // namespace
 
 void WatchOptions::AddTo(CLI::App* command) {
@@ -59,7 +70,8 @@ void ReceiveOnly(FrameStream& stream, const FrameStream::Progress& report) {
     if (report) report(running);
   });
   stream.Run([](const common::FrameInfo&, std::vector<std::uint8_t>&) { return true; });
-  if (stream.Statistics().Frames() == 0) throw stream.SilenceFailure();
+  const bool hadNoTime = Interrupted() && stream.Silence().empty();
+  if (stream.Statistics().Frames() == 0 && !hadNoTime) throw stream.SilenceFailure();
 }
 
 Json SummaryJson(const StreamStatistics& statistics) {
@@ -80,21 +92,17 @@ Json SummaryJson(const StreamStatistics& statistics) {
           {"oversized", statistics.Faults().oversized},
           {"outages", statistics.EndedOutages().count},
           {"outage_seconds", statistics.EndedOutages().seconds},
+          {"open_outage_seconds", statistics.OpenOutage(StreamStatistics::Clock::now())},
           {"longest_gap_seconds", statistics.LongestGap()}};
 }
 
 std::string SummaryText(const StreamStatistics& statistics) {
-  const StreamStatistics::Outages& outages = statistics.EndedOutages();
-  const std::string outageLine =
-      outages.count == 0
-          ? ""
-          : fmt::format("Outages       {}, {:.2f} s without frames\n", outages.count, outages.seconds);
   return fmt::format(
       "Frames        {} in {:.2f} s\nRate          {:.2f} frames/s, {:.2f} MB/s\nLost frames   {}\n"
       "Bad frames    {}\nOversized     {}\nLongest gap   {:.1f} ms\n{}",
       statistics.Frames(), statistics.Seconds(), statistics.FrameRate(), statistics.MegabytesPerSecond(),
       lostText(statistics), badText(statistics), statistics.Faults().oversized, statistics.LongestGap() * 1e3,
-      outageLine);
+      outageText(statistics));
 }
 
 }  // namespace vireo::host

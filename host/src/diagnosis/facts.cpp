@@ -59,6 +59,13 @@ double Facts::ExpectedPackets() const {
   return std::max(AskedRate() * seconds, 1.0) * PacketsOfFrame();
 }
 
+double Facts::ArrivedPackets() const {
+  if (!reception) return 0.0;
+  const double others =
+      static_cast<double>(reception->answers.milliseconds.size()) + reception->countedSeconds;
+  return std::max(static_cast<double>(reception->interface.packets) - others, 0.0);
+}
+
 double Facts::Requests() const {
   if (!reception || path.interface.name == "lo") return 0.0;
   const AnswerTimes& times = reception->answers;

@@ -132,8 +132,9 @@ struct Facts {
   bool LacksFrames() const;
   /// What the slower of the two interfaces carries, bytes a second; without end where neither says.
   double LinkBytes() const;
-  /// Packets that should have come while counting.
+  /// Packets that should have come while counting, and those that came to the interface besides answers.
   double ExpectedPackets() const;
+  double ArrivedPackets() const;
   /// Datagrams that went out over the camera's interface besides commands and what other programs send all
   /// the time: requests for lost packets. 0 for an interface that sends to itself, which cannot tell them
   /// from the stream.

@@ -15,7 +15,7 @@ namespace {
 constexpr double noteworthy = 0.01;  // share of packets that a filter took, or that were asked for again
 constexpr double dropShare = 0.001;  // share of packets that a buffer or an interface dropped
 constexpr double fewBytes = 0.1;     // share of the stream's bytes: only leaders and trailers come
-constexpr double fewPackets = 0.5;   // and of its packets
+constexpr double nearlyAll = 0.9;    // share of packets
 constexpr double fewDrops =
     0.25;  // of the packets that were asked for again: most were lost before the socket
 
@@ -46,7 +46,7 @@ std::optional<Verdict> emptyPackets(const Facts& facts) {
   if (!receives(facts) || facts.reception->bad == 0 || facts.path.interface.name == "lo") return {};
   const InterfaceCounters& counted = facts.reception->interface;
   const double frames = facts.ExpectedPackets() / std::max(facts.PacketsOfFrame(), 1.0);
-  const bool allCome = static_cast<double>(counted.packets) > 0.9 * facts.ExpectedPackets();
+  const bool allCome = facts.ArrivedPackets() > nearlyAll * facts.ExpectedPackets();
   if (!allCome || static_cast<double>(counted.bytes) > 0.5 * frames * facts.WireBytesOfFrame()) return {};
   return Verdict{"empty-packets",
                  "The camera sends packets without the picture",
@@ -97,10 +97,9 @@ std::optional<Verdict> packetSize(const Facts& facts) {
   const bool isQuiet = reception.frames >= 4 * (reception.bad + reception.lost);
   const bool isLowered = during < before && (isAboveMtu || isQuiet);
   const double expectedBytes = facts.AskedRate() * reception.countedSeconds * facts.WireBytesOfFrame();
-  const bool onlySmallCome =
-      reception.frames == 0 && reception.bad > 0 &&
-      static_cast<double>(reception.interface.bytes) < fewBytes * expectedBytes &&
-      static_cast<double>(reception.interface.packets) < fewPackets * facts.ExpectedPackets();
+  const bool onlySmallCome = reception.frames == 0 && reception.bad > 0 &&
+                             static_cast<double>(reception.interface.bytes) < fewBytes * expectedBytes &&
+                             facts.ArrivedPackets() < nearlyAll * facts.ExpectedPackets();
   const double fragments = static_cast<double>(reception.protocols.fragments);
   const bool isFragmented =
       facts.LacksFrames() && during <= before && fragments > noteworthy * facts.ExpectedPackets();
@@ -150,7 +149,7 @@ double missingBeforeIp(const Facts& facts) {
   const Reception& reception = *facts.reception;
   const double missing = static_cast<double>(reception.interface.packets - reception.interface.dropped -
                                              reception.protocols.ipReceived);
-  const bool isStream = missing > fewPackets * facts.ExpectedPackets();
+  const bool isStream = missing > 0.5 * facts.ExpectedPackets();
   return isStream && facts.LacksFrames() && facts.path.interface.name != "lo" ? missing : 0.0;
 }
 

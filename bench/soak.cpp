@@ -23,8 +23,8 @@ using std::chrono::duration;
 using std::chrono::steady_clock;
 
 constexpr int framesPerCycle = 25;
-// From the second third of the run to the last one, on the average: some 60 and 700 bytes a cycle in half an
-// hour. Caches fill during the first third; what they still take in a short run stays below this.
+// From the second third of the run to the last one, on the average. Caches fill during the first third; what
+// they still take in a short run stays below this.
 constexpr double allowedHeapGrowth = 48 * 1024;
 constexpr double allowedResidentGrowth = 512 * 1024;
 

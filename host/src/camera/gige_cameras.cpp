@@ -219,10 +219,14 @@ std::string AddressAdvice(const GigeCamera& camera) {
 
 std::string ControlText(std::uint32_t address) {
   GvcpClient camera(address);
-  const GvcpClient::Answer privilege = camera.Read(gvcp::controlPrivilege, answerTime);
+  const auto read = [&](std::uint32_t where) {  // an answer can be lost
+    const GvcpClient::Answer answer = camera.Read(where, answerTime);
+    return answer.answered ? answer : camera.Read(where, answerTime);
+  };
+  const GvcpClient::Answer privilege = read(gvcp::controlPrivilege);
   if (!privilege.answered) return "";
   if (privilege.status != gvcp::accessDenied && privilege.value.value_or(0) == 0) return "free";
-  const std::uint32_t holder = camera.Read(gvcp::primaryApplication, answerTime).value.value_or(0);
+  const std::uint32_t holder = read(gvcp::primaryApplication).value.value_or(0);
   return holder == 0 ? "busy" : Ipv4Text(holder);
 }
 

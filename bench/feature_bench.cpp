@@ -20,7 +20,7 @@
 
 namespace {
 
-/// Where a camera is found, and the core that it works on; the client works on core 0.
+// Where a camera is found, and the core that it works on; the client works on core 0.
 struct Place {
   const char* address;
   unsigned core;
@@ -36,7 +36,7 @@ class Quiet final : public brio::fnd::Logger {
   void Record(const std::string&) override {}
 };
 
-/// A description of that many integer registers, each a feature.
+// A description of that many integer registers, each a feature.
 std::string describeRegisters(int features) {
   std::string list;
   std::string nodes;
@@ -54,7 +54,7 @@ std::string describeRegisters(int features) {
          list + "</Category>" + nodes + "<Port Name=\"Device\"/></RegisterDescription>";
 }
 
-/// A GigE Vision camera on loopback with such a description; the in-process camera has the same one.
+// A GigE Vision camera on loopback with such a description; the in-process camera has the same one.
 class Camera {
  public:
   Camera(int features, const Place& place) : file_(fmt::format("/tmp/vireo-bench-{}.xml", getpid())) {
@@ -99,7 +99,7 @@ ArvDevice* bareConnect(const Place& place, const std::vector<std::string>& names
   return device;
 }
 
-/// A connected adapter, silent.
+// A connected adapter, silent.
 class Adapter : public vireo::genicam::GenICamAdapter {
  public:
   explicit Adapter(const Place& place) {

@@ -40,8 +40,8 @@ class Quiet final : public brio::fnd::Logger {
   void Record(const std::string&) override {}
 };
 
-/// A camera in a child process, forked before anything starts a thread, until the object ends. Its link is as
-/// fast as its core.
+// A camera in a child process, forked before anything starts a thread, until the object ends. Its link is as
+// fast as its core.
 class CameraProcess {
  public:
   CameraProcess() {
@@ -57,7 +57,7 @@ class CameraProcess {
   CameraProcess(const CameraProcess&) = delete;
   CameraProcess& operator=(const CameraProcess&) = delete;
 
-  /// Frames a second from now on.
+  // Frames a second from now on.
   void SetRate(double rate) {
     const auto period = static_cast<std::uint32_t>(1e6 / rate);
     if (write(rates_[1], &period, sizeof period) != sizeof period) std::abort();
@@ -98,7 +98,7 @@ double processorSeconds() {
   return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
-/// Counts what one second of receiving brings; `receive` returns a frame id, or zero when none came.
+// Counts what one second of receiving brings; `receive` returns a frame id, or zero when none came.
 template <typename Receive>
 void receiveForASecond(benchmark::State& state, Receive&& receive) {
   while (receive() == 0) {
@@ -144,7 +144,7 @@ void adapterReceives(benchmark::State& state) {
   brio::fnd::SetLogger(nullptr);
 }
 
-/// Frames of the camera as Aravis alone receives them, copied once as the adapter does.
+// Frames of the camera as Aravis alone receives them, copied once as the adapter does.
 class BareReceiver {
  public:
   BareReceiver() {
@@ -159,7 +159,7 @@ class BareReceiver {
   BareReceiver(const BareReceiver&) = delete;
   BareReceiver& operator=(const BareReceiver&) = delete;
 
-  /// The id of the next frame, or 0 when none came or it came incomplete.
+  // The id of the next frame, or 0 when none came or it came incomplete.
   std::uint64_t Receive() {
     ArvBuffer* const buffer = arv_stream_timeout_pop_buffer(stream_, 100000);
     if (buffer == nullptr) return 0;
@@ -185,7 +185,7 @@ void bareReceives(benchmark::State& state) {
   receiveForASecond(state, [&] { return receiver.Receive(); });
 }
 
-/// Whether every frame of one second arrives, and as many as the rate says.
+// Whether every frame of one second arrives, and as many as the rate says.
 bool allArrive(double rate) {
   BareReceiver receiver;
   std::uint64_t last = 0;
@@ -205,7 +205,7 @@ double highestRate(CameraProcess& camera) {
   return rate;
 }
 
-/// Nobody receives: the kernel throws the packets away when the socket's buffer is full.
+// Nobody receives: the kernel throws the packets away when the socket's buffer is full.
 void cameraSends(benchmark::State& state) {
   const int sink = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   sockaddr_in place{};

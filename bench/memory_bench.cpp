@@ -61,7 +61,7 @@ double residentMegabytes() {
   return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1e6;
 }
 
-/// A connected, receiving adapter with a thread of its own.
+// A connected, receiving adapter with a thread of its own.
 class Receiver {
  public:
   Receiver() : memory_(4u << 20) {
@@ -102,7 +102,7 @@ class Receiver {
   std::thread thread_;
 };
 
-/// Resident memory while receiving, over what ten buffers and the host's own take; frames a second of each.
+// Resident memory while receiving, over what ten buffers and the host's own take; frames a second of each.
 void adaptersReceive(benchmark::State& state) {
   Quiet logger;
   brio::fnd::SetLogger(&logger);

@@ -28,7 +28,7 @@ constexpr int framesPerCycle = 25;
 constexpr double allowedHeapGrowth = 48 * 1024;
 constexpr double allowedResidentGrowth = 512 * 1024;
 
-/// Counts the records of frames that came incomplete, and keeps nothing.
+// Counts the records of frames that came incomplete, and keeps nothing.
 class LossCounter final : public brio::fnd::Logger {
  public:
   LossCounter() {
@@ -87,7 +87,7 @@ class Soak {
   long frames_ = 0;
 };
 
-/// The mean of one figure over the n-th third of the run.
+// The mean of one figure over the n-th third of the run.
 double meanOf(const std::vector<ProcessUse>& run, std::ptrdiff_t ProcessUse::*figure, std::size_t third) {
   const std::size_t length = run.size() / 3;
   double sum = 0.0;

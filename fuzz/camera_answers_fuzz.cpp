@@ -63,7 +63,7 @@ std::string scriptOf(ByteView input) {
   return script;
 }
 
-/// The camera of one run; on USB the stand-in for libusb shows it.
+// The camera of one run; on USB the stand-in for libusb shows it.
 class Camera {
  public:
   Camera(bool isUsb, const std::string& script) {

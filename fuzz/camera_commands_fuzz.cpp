@@ -52,7 +52,7 @@ void checkGencp(ByteView command, const Bytes& answer) {
   require(word<little>(answer, 4) != 0 || command.size() == 12u + word<little>(command, 8));
 }
 
-/// Hands over one command after the other.
+// Hands over one command after the other.
 template <typename Take>
 void split(ByteView input, Take take) {
   while (!input.empty()) {

@@ -13,7 +13,7 @@ namespace {
 
 using namespace vireo::genicam;
 
-/// Takes every record, so that composing them is tried too.
+// Takes every record, so that composing them is tried too.
 class Discarding : public brio::fnd::Logger {
  public:
   Discarding() { threshold = brio::fnd::loglevel::Debug; }
@@ -25,7 +25,7 @@ void require(bool held) {
   if (!held) std::abort();
 }
 
-/// The code points of UTF-8 text, decoded here so that the parser's own check is not its judge.
+// The code points of UTF-8 text, decoded here so that the parser's own check is not its judge.
 void requireShown(const std::string& text) {
   for (std::size_t at = 0; at < text.size();) {
     const auto lead = static_cast<unsigned char>(text[at++]);

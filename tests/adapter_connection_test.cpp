@@ -151,7 +151,7 @@ TEST(Disconnect, AndStopGoThroughTheInterfaceAndKeepEverythingWhenTheHostRefuses
 
 namespace {
 
-/// Holds up the thread that reports a loss.
+// Holds up the thread that reports a loss.
 void linger(std::atomic<bool>& onItsWay) {
   onItsWay = true;
   std::this_thread::sleep_for(std::chrono::milliseconds(100));

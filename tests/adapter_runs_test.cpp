@@ -42,8 +42,8 @@ class Runs : public Test {
     camera.Write({makeParameter("Width", 64), makeParameter("Height", 64),
                   makeParameter("AcquisitionFrameRate", 1000.0)});
   }
-  /// A receive on a thread of its own delivers the last frame of a run. Its record is held up while
-  /// `meanwhile` runs. `afterwards` comes when the receive has returned, and ends what still logs.
+  // A receive on a thread of its own delivers the last frame of a run. Its record is held up while
+  // `meanwhile` runs. `afterwards` comes when the receive has returned, and ends what still logs.
   void completeDuring(
       OpenAdapter& camera, const std::function<void()>& meanwhile,
       const std::function<void()>& afterwards = [] {}) {

@@ -14,13 +14,13 @@ using namespace testing;
 
 namespace {
 
-/// What the host must see when a call fails: the exception's text and a record, empty for none; $1 and $2
-/// stand for parts of the call. The first row that fits counts; a call without one fails unseen.
+// What the host must see when a call fails: the exception's text and a record, empty for none; $1 and $2
+// stand for parts of the call. The first row that fits counts; a call without one fails unseen.
 struct Fault {
-  std::string call;  ///< the operation and the call
+  std::string call;  // the operation and the call
   std::string error;
   std::string record = {};
-  std::string state = {};  ///< that the adapter is left in; the operation's when empty
+  std::string state = {};  // that the adapter is left in; the operation's when empty
 };
 
 const Fault faults[] = {
@@ -42,12 +42,12 @@ const Fault faults[] = {
     {"Stop execute .*", "", "StopAcquisition|30|GenICamAdapter: AcquisitionStop error: scripted"},
 };
 
-/// What a host does, from the state that it needs.
+// What a host does, from the state that it needs.
 struct Operation {
   const char* name;
-  const char* state;  ///< afterwards, also when a call failed unseen
+  const char* state;  // afterwards, also when a call failed unseen
   void (*prepare)(OpenAdapter&);
-  long (*run)(OpenAdapter&);  ///< returns how much came of it
+  long (*run)(OpenAdapter&);  // returns how much came of it
 };
 
 void connected(OpenAdapter& adapter) {
@@ -102,7 +102,7 @@ Fault expectedOf(const Operation& operation, const std::vector<std::string>& cal
   return {call, "", "", operation.state};
 }
 
-/// The records that are there because something failed.
+// The records that are there because something failed.
 std::vector<std::string> failuresIn(std::vector<std::string> records) {
   static const std::regex failure(R"([^|]*\|([34]0\|.*|.*(scripted|recycling)$))");
   std::erase_if(records, [](const std::string& record) { return !std::regex_match(record, failure); });
@@ -112,7 +112,7 @@ std::vector<std::string> failuresIn(std::vector<std::string> records) {
 class CallFailures : public TestWithParam<Operation> {
  protected:
   CallFailures() { script.opened = G_OBJECT(device.get()); }
-  /// What the operation throws when its call at this place fails.
+  // What the operation throws when its call at this place fails.
   std::string errorAt(std::size_t place) {
     GetParam().prepare(*adapter);
     script.takeCalls();

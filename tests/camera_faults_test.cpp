@@ -39,7 +39,7 @@ class CameraFaults : public Test {
     adapter->StartAcquisition({});
     ASSERT_EQ(receive(*adapter, memory, info, 3), 3);
   }
-  /// Receives until the connection is reported as lost; every call in its time.
+  // Receives until the connection is reported as lost; every call in its time.
   void receiveUntilLost() {
     const auto end = steady_clock::now() + seconds(8);
     took("until noticed", [&] {

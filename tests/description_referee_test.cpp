@@ -57,7 +57,7 @@ ArvGcNode* target(ArvGcNode* node, const char* name) {
   return found == nullptr ? nullptr : arv_gc_property_node_get_linked_node(found);
 }
 
-/// The referee's answer to a condition; `otherwise` when it needs a camera for it.
+// The referee's answer to a condition; `otherwise` when it needs a camera for it.
 bool holds(ArvGcNode* node, gboolean (*ask)(ArvGcFeatureNode*, GError**), bool otherwise) {
   GError* error = nullptr;
   const bool answer = ask(ARV_GC_FEATURE_NODE(node), &error) != FALSE;
@@ -71,7 +71,7 @@ bool offered(ArvGcNode* node) {
          holds(node, arv_gc_feature_node_is_available, true);
 }
 
-/// The mode without conditions.
+// The mode without conditions.
 std::string modeOf(ArvGcNode* node) {
   return accessNames[arv_gc_feature_node_get_actual_access_mode(ARV_GC_FEATURE_NODE(node))];
 }
@@ -83,7 +83,7 @@ std::int64_t asDecimal(ArvGcNode* entry) {
                  : arv_gc_enum_entry_get_value(ARV_GC_ENUM_ENTRY(entry), nullptr);
 }
 
-/// The entries of an enumeration that `take` takes, with the values that `value` gives them.
+// The entries of an enumeration that `take` takes, with the values that `value` gives them.
 std::string entriesOf(ArvGcNode* node, const std::function<std::int64_t(ArvGcNode*)>& value,
                       const std::function<bool(ArvGcNode*)>& take) {
   std::string entries;
@@ -148,7 +148,7 @@ bool needsCamera(ArvGcNode* node, const char* condition) {
   });
 }
 
-/// Why our fact may differ from Aravis's; null when nothing explains it.
+// Why our fact may differ from Aravis's; null when nothing explains it.
 const char* reasonFor(std::string Facts::*aspect, ArvGcNode* node, const Facts& our, const Facts& their) {
   const std::string element = elementOf(node);
   const auto narrows = [&](ArvGcNode* link) {
@@ -181,8 +181,8 @@ const char* reasonFor(std::string Facts::*aspect, ArvGcNode* node, const Facts& 
 
 using Totals = std::map<std::string, int>;
 
-/// Of the collection that this parser was written with: a change that a reason explains away is a change
-/// still.
+// Of the collection that this parser was written with: a change that a reason explains away is a change
+// still.
 const Totals knownFormats = {
     {"Aravis finds nothing to read behind a command and makes it read-only", 6},
     {"Aravis leaves out the conditions of the nodes behind pValue", 1},

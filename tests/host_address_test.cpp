@@ -52,7 +52,7 @@ TEST(Address, IsToldWhatIsWrong) {
               HasSubstr("    address) words=\"$words --help --gateway --persistent\" kind=cameras ;;"));
 }
 
-/// A camera within reach and one of another subnet, on one wire.
+// A camera within reach and one of another subnet, on one wire.
 class Wire : public Test {
  protected:
   void SetUp() override {

@@ -84,7 +84,7 @@ TEST(Evidence, UnderstandsAnswersToADiscovery) {
   EXPECT_FALSE(GigeCameraFrom(answer));
 }
 
-/// A camera whose frames all come: 25 a second of 512 x 512 pixels, for two seconds.
+// A camera whose frames all come: 25 a second of 512 x 512 pixels, for two seconds.
 Facts healthyFacts() {
   Facts facts;
   facts.option = "-a 10.77.0.2 ";
@@ -239,7 +239,7 @@ TEST(Diagnosis, TellsWhereFramesStay) {
   });
 }
 
-/// A camera on USB, of which nothing was received yet.
+// A camera on USB, of which nothing was received yet.
 void onUsb(Facts& facts) {
   facts.path = {};
   facts.link = LinkKind::Usb;

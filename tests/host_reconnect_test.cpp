@@ -17,9 +17,7 @@ namespace {
 using nlohmann::json;
 using namespace testing;
 
-const std::string network = "--address 127.0.0.1 ";
-
-/// A camera on 127.0.0.1 that can be switched off and on, and knows nothing of before then.
+// A camera on 127.0.0.1 that can be switched off and on, and knows nothing of before then.
 class SwitchedCamera {
  public:
   SwitchedCamera() { SwitchOn(); }
@@ -71,7 +69,7 @@ TEST(Reconnect, GoesOnWithNumbersAndSettings) {
             "ExposureTime=5000\nGain=3\nWidth=64\nTriggerMode=Off\nTriggerSource=Line0\n");
 }
 
-/// Threads and descriptors of a program that watches, once it has seen so many outages.
+// Threads and descriptors of a program that watches, once it has seen so many outages.
 std::pair<std::ptrdiff_t, std::ptrdiff_t> useAfter(const Program& watch, int outages) {
   watch.WaitFor("\"outages\":" + std::to_string(outages));
   const ProcessUse use = ProcessUse::of(std::to_string(watch.Id()));

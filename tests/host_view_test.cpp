@@ -19,7 +19,7 @@ using nlohmann::json;
 using namespace std::string_literals;
 using testing::HasSubstr;
 
-/// `vireo-cam view` with a page of its own.
+// `vireo-cam view` with a page of its own.
 class ViewProgram {
  public:
   explicit ViewProgram(const std::string& camera, const std::string& before = "",

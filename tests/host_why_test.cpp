@@ -12,8 +12,6 @@ namespace {
 using nlohmann::json;
 using namespace testing;
 
-const std::string network = "--address 127.0.0.1 ";
-
 TEST(Why, NamesTheCauseItsEvidenceAndWhatToDo) {
   const struct {
     const char* camera;

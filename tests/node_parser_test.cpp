@@ -27,7 +27,7 @@ namespace fs = std::filesystem;
 constexpr const char* accessNames[] = {"RO", "WO", "RW", "NA"};
 constexpr const char* visibilityNames[] = {"", " Expert", " Guru", " Invisible"};
 
-/// What a feature has of its own, by its kind; a range only where it is not the type's.
+// What a feature has of its own, by its kind; a range only where it is not the type's.
 struct Details {
   std::string operator()(const IntegerNode& n) const {
     std::string text = fmt::format("Integer {}", n.value);
@@ -70,7 +70,7 @@ std::string render(const NodeVariant& node) {
   return std::visit(line, node);
 }
 
-/// A description may be in any encoding, what it is expected to become is in ASCII.
+// A description may be in any encoding, what it is expected to become is in ASCII.
 std::string ascii(const std::string& text) {
   std::string shown;
   for (const char c : text) {
@@ -89,7 +89,7 @@ std::vector<std::string> expectedIn(std::string text) {
   return lines;
 }
 
-/// The nodes, and the records that tell what was left out.
+// The nodes, and the records that tell what was left out.
 std::vector<std::string> readFrom(const std::string& text) {
   const RecordingLogger logger;
   std::vector<std::string> lines;
@@ -124,7 +124,7 @@ TEST(Details, TellWhoSelectsWhomAndHowNumbersAreShown) {
   EXPECT_EQ(features.details.at("A").representation, "IPV4Address");  // said behind it
 }
 
-/// The description with its outermost nodes in another order.
+// The description with its outermost nodes in another order.
 std::string shuffled(const pugi::xml_document& document, unsigned seed) {
   std::vector<pugi::xml_node> nodes;
   for (const pugi::xml_node child : document.document_element()) nodes.push_back(child);
@@ -163,7 +163,7 @@ TEST(XmlParser, ReadsLatin1WhereverItsByteStands) {
   }
 }
 
-/// The maximum that a formula gives to a feature of its kind; "unknown" where it has no value.
+// The maximum that a formula gives to a feature of its kind; "unknown" where it has no value.
 std::string valueOf(const std::string& knife, const std::string& feature, const std::string& formula) {
   const NodeMap nodes = XmlParser::parse(
       "<RegisterDescription><Category Name='Root'><pFeature>Feature</pFeature></Category><" + feature +

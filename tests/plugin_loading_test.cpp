@@ -15,7 +15,7 @@ using vireo::common::AdapterBase;
 
 namespace {
 
-/// One load of the plug-in.
+// One load of the plug-in.
 class Plugin {
  public:
   Plugin() : library_(dlopen(VIREO_PLUGIN, RTLD_NOW | RTLD_LOCAL)) {
@@ -30,7 +30,7 @@ class Plugin {
     return reinterpret_cast<Function*>(dlsym(library_, name));
   }
 
-  /// Connects, receives two frames, stops and destroys, leaving nothing of the adapter.
+  // Connects, receives two frames, stops and destroys, leaving nothing of the adapter.
   void use() const {
     // Aravis's settings are the process's, and not for two threads at once.
     static std::once_flag simulated;

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int speed = 10;
 
-/// Of what waits at all, something is left.
+// Of what waits at all, something is left.
 template <typename Time>
 Time shortened(Time time) {
   return time > 0 ? (time + speed - 1) / speed : time;

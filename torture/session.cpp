@@ -67,7 +67,7 @@ struct Run {
     alters = has("garbage") || has("mutated") || (has("short") && (isPacket || wire == "usb")) ||
              (isPacket && (has("wrong-id") || has("oversized")));
   }
-  /// Whether the camera is gone for good.
+  // Whether the camera is gone for good.
   bool Unplugs() const { return unplugAt != 0 || fault.find("disconnect") != fault.npos; }
 };
 
@@ -78,7 +78,7 @@ class Session {
     CameraUnderTest::On(run.wire);  // which the adapter's support for tests has changed
   }
 
-  /// All of it; the camera must be plugged in.
+  // All of it; the camera must be plugged in.
   void Whole() {
     camera_.Model().SetRegister(reg::framePeriod, 5000);
     if (run_.fault != "count") camera_.SetFaults(run_.fault);
@@ -105,7 +105,7 @@ class Session {
     checkLosses();
   }
 
-  /// A camera that is well again, or another one at its place, must serve like any.
+  // A camera that is well again, or another one at its place, must serve like any.
   void Healthy() {
     step("healed", [&] {
       adapter_->Connect();
@@ -121,7 +121,7 @@ class Session {
   }
 
   const std::vector<std::string>& Problems() const { return problems_; }
-  /// Outcome, longest step; threads that raised a loss, or what the camera altered.
+  // Outcome, longest step; threads that raised a loss, or what the camera altered.
   std::string Result() const {
     return outcome() + '\t' + longest_ + ' ' + std::to_string(longestTime_.count()) + '\t' +
            (altered_.empty() ? losses_ : altered_) + '\t';
@@ -173,7 +173,7 @@ class Session {
     if (adapter_) checkState(name, failure);
   }
 
-  /// What the adapter says of itself must fit what it did.
+  // What the adapter says of itself must fit what it did.
   void checkState(const std::string& name, const std::string& failure) {
     if (name == "healed") return;
     const bool isConnected = wasConnected_ && name != "disconnect";
@@ -290,7 +290,7 @@ class Session {
   std::vector<std::string> problems_;
 };
 
-/// One after the other; the process is judged against what it held before the first one.
+// One after the other; the process is judged against what it held before the first one.
 class Runner {
  public:
   bool Do(const std::string& line) {
@@ -311,7 +311,7 @@ class Runner {
   }
 
  private:
-  /// Leaves its result; returns the bytes that were allocated before.
+  // Leaves its result; returns the bytes that were allocated before.
   std::ptrdiff_t judge(CameraUnderTest& camera, const Run& run) {
     const std::ptrdiff_t heap = ProcessUse::now().heap;
     camera.PlugIn();
@@ -372,7 +372,7 @@ class Runner {
     left("objects of the library", 0, library::ObjectsAlive());
   }
 
-  /// How many answers to commands there are until each step, and packets.
+  // How many answers to commands there are until each step, and packets.
   bool countMembers(CameraUnderTest& camera, const Run& run) {
     camera.PlugIn();
     camera.SetFaults("command 1000000 lost");

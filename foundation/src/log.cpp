@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::int32_t warning = 30;
 
-/// Standard error, one write a line: lines of several threads stay whole.
+// Standard error, one write a line: lines of several threads stay whole.
 class StderrLogger final : public Logger {
  public:
   StderrLogger() { threshold = warning; }

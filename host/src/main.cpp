@@ -57,7 +57,7 @@ std::string usageError(const CommandLine& line, const CLI::ParseError& error) {
   return fmt::format("{}: see 'vireo-cam --help'", nothingChosen ? "a command is required" : error.what());
 }
 
-/// Prints what --help or --version asked for, as everything is printed: a full disk is an error.
+// Prints what --help or --version asked for, as everything is printed: a full disk is an error.
 ExitStatus answer(const CommandLine& line, const CLI::Success& request) {
   std::ostringstream text;
   line.app.exit(request, text, text);

@@ -39,7 +39,7 @@ constexpr std::string_view channels[] = {"command", "packet", "resend"};
   throw std::runtime_error("the fault '" + std::string(step) + "' cannot be read: " + reason);
 }
 
-/// Takes decimal and 0x... numbers that fill the whole text.
+// Takes decimal and 0x... numbers that fill the whole text.
 std::optional<std::uint64_t> numberIn(std::string_view text) {
   const bool isHex = text.starts_with("0x");
   if (isHex) text.remove_prefix(2);
@@ -49,12 +49,12 @@ std::optional<std::uint64_t> numberIn(std::string_view text) {
   return value;
 }
 
-/// The same in every run.
+// The same in every run.
 std::uint64_t chance(std::uint64_t seed, std::uint64_t step, std::uint64_t member) {
   return Mixed(seed * goldenRatio + (step << 56) + member);
 }
 
-/// From 0 to 1.
+// From 0 to 1.
 double fraction(std::uint64_t chance) {
   return static_cast<double>(chance >> 11) * 0x1p-53;
 }

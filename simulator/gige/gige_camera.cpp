@@ -49,7 +49,7 @@ sockaddr_in internetAddress(const Endpoint& endpoint) {
   return address;
 }
 
-/// A UDP socket on that place, or one with the descriptor -1.
+// A UDP socket on that place, or one with the descriptor -1.
 Socket boundSocket(const Endpoint& endpoint, bool shared = false) {
   Socket socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   const int on = 1;
@@ -70,7 +70,7 @@ std::uint16_t portOf(const Socket& socket) {
   return ntohs(address.sin_port);
 }
 
-/// Locally administered, and the same whenever a camera has this address.
+// Locally administered, and the same whenever a camera has this address.
 std::uint64_t macFor(std::uint32_t address) {
   return 0x020000000000 | address;
 }
@@ -107,7 +107,7 @@ bool receive(int socket, Datagram& datagram) {
   return true;
 }
 
-/// Whether the answer may be a broadcast: a client of another subnet gets no other.
+// Whether the answer may be a broadcast: a client of another subnet gets no other.
 bool takesBroadcast(ByteView command) {
   constexpr std::uint8_t allowed = 0x10;
   constexpr std::uint16_t forceIp = 0x0004;
@@ -288,7 +288,7 @@ void GigeCamera::Resend(const ResendRequest& request) {
   answerUnavailable(request);
 }
 
-/// One packet says it of all that were asked for, and names the first.
+// One packet says it of all that were asked for, and names the first.
 void GigeCamera::answerUnavailable(const ResendRequest& request) {
   const Frame none;
   GvspPacket packet;

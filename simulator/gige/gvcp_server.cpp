@@ -40,7 +40,7 @@ struct Range {
   std::uint64_t end;
 };
 
-/// Bootstrap registers that no client writes.
+// Bootstrap registers that no client writes.
 constexpr Range readOnly[] = {
     {bootstrap::version, bootstrap::ipCurrent},
     {bootstrap::ipCurrent + 4, reg::userName},
@@ -191,7 +191,7 @@ GvcpServer::Reply GvcpServer::readMemory(const Command& command) const {
   return reply;
 }
 
-/// The acknowledge of a write states how far it came, also with an error.
+// The acknowledge of a write states how far it came, also with an error.
 GvcpServer::Reply GvcpServer::writeRegisters(const Command& command, const Endpoint& sender) {
   if (command.length == 0 || command.length % 8 != 0 || command.length > longestData + 4)
     return {Status::InvalidHeader, {}};
@@ -219,7 +219,7 @@ GvcpServer::Reply GvcpServer::writeMemory(const Command& command, const Endpoint
   return reply;
 }
 
-/// AccessDenied stands for no answer: another camera is meant, or a client has control of this one.
+// AccessDenied stands for no answer: another camera is meant, or a client has control of this one.
 GvcpServer::Reply GvcpServer::forceAddress(const Command& command) {
   if (command.length != 56) return {Status::InvalidHeader, {}};
   const std::uint64_t mac = std::uint64_t{number<std::uint16_t>(command.payload, 2)} << 32 |
@@ -302,7 +302,7 @@ bool GvcpServer::mayRead(const Endpoint& sender) const {
   return !isExclusive || hasControl(sender);
 }
 
-/// Descriptions of some makers have registers at odd addresses; their cameras must answer there.
+// Descriptions of some makers have registers at odd addresses; their cameras must answer there.
 bool GvcpServer::isAligned(std::uint32_t address) const {
   return address % 4 == 0 || !model_.Description().isOurs;
 }

@@ -15,7 +15,7 @@ constexpr std::uint8_t trailerFormat = 2;
 constexpr std::uint8_t payloadFormat = 3;
 constexpr std::uint16_t imagePayload = 1;
 
-/// Appends to a packet's head.
+// Appends to a packet's head.
 class HeadWriter {
  public:
   explicit HeadWriter(GvspPacket& packet) : packet_(packet) {}

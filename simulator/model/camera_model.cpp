@@ -27,7 +27,7 @@ struct Bounds {
   std::uint32_t step = 1;
 };
 
-/// The registers whose values the sensor depends on.
+// The registers whose values the sensor depends on.
 constexpr Bounds bounds[] = {
     {reg::width, 512, 8, sensorSize, 8},
     {reg::height, 512, 8, sensorSize, 8},
@@ -95,7 +95,7 @@ Status CameraModel::Write(std::uint64_t address, ByteView bytes) {
   return status;
 }
 
-/// Judges the values that a write would leave in the sensor's registers.
+// Judges the values that a write would leave in the sensor's registers.
 bool CameraModel::isInBounds(std::uint64_t address, ByteView bytes) const {
   const auto valueAfter = [&](std::uint64_t where) {
     std::uint32_t value = get(where);
@@ -150,13 +150,13 @@ void CameraModel::fireSoftwareTrigger() {
   }
 }
 
-/// The time that a frame takes under the throughput limit.
+// The time that a frame takes under the throughput limit.
 microseconds CameraModel::sendingTime() const {
   if (get(reg::throughputLimitMode) == 0) return microseconds(0);
   return microseconds(1'000'000 * pictureSettings().ImageSize() / std::max(get(reg::throughputLimit), 1u));
 }
 
-/// Nothing when no frame comes by itself.
+// Nothing when no frame comes by itself.
 std::optional<Clock::time_point> CameraModel::nextDue() const {
   if (!isAcquiring_ || isWaitingForStart_) return {};
   const microseconds exposure(get(reg::exposureTime));

@@ -16,7 +16,7 @@ constexpr std::size_t stripe = 256;  // pixels from stripe to stripe
 
 enum class Colour : std::size_t { Red, Green, Blue };
 
-/// The colour of the pixels at even and odd x in even rows, then in odd rows.
+// The colour of the pixels at even and odd x in even rows, then in odd rows.
 struct Mosaic {
   std::uint32_t pixelFormat;
   std::array<std::array<Colour, 2>, 2> colours;
@@ -35,7 +35,7 @@ const Mosaic* mosaicOf(std::uint32_t pixelFormat) {
   return found == std::end(mosaics) ? nullptr : found;
 }
 
-/// The stripes of one picture, as the line that all its lines are copied from.
+// The stripes of one picture, as the line that all its lines are copied from.
 class Stripes {
  public:
   explicit Stripes(const PictureSettings& settings)

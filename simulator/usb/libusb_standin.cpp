@@ -68,7 +68,7 @@ constexpr std::uint8_t usb3Vision = 5;
 constexpr milliseconds patience(10);  // until a cancelled transfer or a removal is seen
 
 const CameraIdentity identity = {.serial = "USB01"};
-/// The string descriptors, from index 1 on.
+// The string descriptors, from index 1 on.
 const std::array<std::string, 4> strings = {identity.vendor, identity.model, identity.serial, "FEED00000001"};
 constexpr std::uint8_t guidString = 4;
 
@@ -91,7 +91,7 @@ class Bus {
   void Unplug() {
     if (const auto camera = Camera(); camera != nullptr) camera->Unplug();
   }
-  /// To be called by who looks for cameras: plugs one in again whose time has come.
+  // To be called by who looks for cameras: plugs one in again whose time has come.
   void Return() {
     const auto camera = Camera();
     if (returnTime_ == milliseconds(0) || camera == nullptr || camera->IsPluggedIn()) return;
@@ -148,12 +148,12 @@ libusb_transfer_status statusOf(UsbResult result) {
   return LIBUSB_TRANSFER_NO_DEVICE;
 }
 
-/// 0 waits for ever, to a libusb client.
+// 0 waits for ever, to a libusb client.
 Clock::time_point deadline(unsigned timeout) {
   return Clock::now() + (timeout == 0 ? std::chrono::hours(1) : milliseconds(timeout));
 }
 
-/// The descriptor of the one configuration: an interface for control, one for the stream.
+// The descriptor of the one configuration: an interface for control, one for the stream.
 class Configuration {
  public:
   Configuration() {
@@ -220,7 +220,7 @@ void tellOfRemoval(libusb_context& context) {
   }
 }
 
-/// Takes the first transfer out and calls back.
+// Takes the first transfer out and calls back.
 void complete(libusb_context& context, libusb_transfer_status status, std::size_t received) {
   libusb_transfer* transfer = nullptr;
   {
@@ -233,7 +233,7 @@ void complete(libusb_context& context, libusb_transfer_status status, std::size_
   transfer->callback(transfer);
 }
 
-/// Whether there was a transfer to work on.
+// Whether there was a transfer to work on.
 bool workOnTransfer(libusb_context& context, Clock::time_point until) {
   libusb_context::Transfer first{};
   {
@@ -375,7 +375,7 @@ int libusb_clear_halt(libusb_device_handle*, unsigned char) {
   return LIBUSB_SUCCESS;
 }
 
-/// Only the halt of the stream endpoint is set by such a transfer, and nothing is halted here.
+// Only the halt of the stream endpoint is set by such a transfer, and nothing is halted here.
 int libusb_control_transfer(libusb_device_handle* handle, std::uint8_t, std::uint8_t, std::uint16_t,
                             std::uint16_t, unsigned char*, std::uint16_t, unsigned) {
   return handle->camera->IsPluggedIn() ? 0 : LIBUSB_ERROR_NO_DEVICE;

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Writes the call down, then fails, answers or makes it.
+// Writes the call down, then fails, answers or makes it.
 template <typename Result, typename Real>
 Result scripted(const std::string& call, GError** error, Real real) {
   AravisScript* const script = AravisScript::current;

@@ -9,6 +9,11 @@
 
 #include "support/program.h"
 
+/// How the command line names the camera below.
+inline const std::string network = "--address 127.0.0.1 ";
+/// A camera of plain memory with settings of every difficult kind.
+inline const std::string difficultCamera = "--description '" VIREO_TEST_DATA "/host/settings.xml'";
+
 /// A GigE Vision camera in a process of its own, as `vireo-cam simulate` makes it. Only one runs on a
 /// computer, so it waits for others to end.
 class SimulatedNetworkCamera {

@@ -40,13 +40,13 @@ std::string textAt(const Bytes& bytes, std::size_t at, std::size_t size) {
   return {begin, std::find(begin, end, 0)};
 }
 
-/// A datagram that came, and the interface that it came in by.
+// A datagram that came, and the interface that it came in by.
 struct Datagram {
   Bytes bytes;
   unsigned interfaceIndex = 0;
 };
 
-/// Room for the system's note on a datagram's interface.
+// Room for the system's note on a datagram's interface.
 struct PortNote {
   alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(in_pktinfo))> bytes{};
 
@@ -67,9 +67,9 @@ class UdpSocket {
   UdpSocket& operator=(const UdpSocket&) = delete;
   ~UdpSocket() { ::close(descriptor_); }
 
-  /// Over that interface, whatever the routes say. False when the system refuses.
+  // Over that interface, whatever the routes say. False when the system refuses.
   bool Send(const NetworkPort& port, std::uint32_t to, Bytes bytes) const;
-  /// Calls `take` with what comes until `end`, or until it returns true.
+  // Calls `take` with what comes until `end`, or until it returns true.
   void Receive(Clock::time_point end, const std::function<bool(const Datagram&)>& take) const;
 
  private:

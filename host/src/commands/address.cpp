@@ -46,16 +46,6 @@ std::optional<Ipv4Network> networkFrom(const std::string& text) {
   return Ipv4Network{*address, ~std::uint32_t{0} << (32 - *prefix)};
 }
 
-// The names that a camera answers to elsewhere, too.
-std::vector<std::string> namesOf(const GigeCamera& camera) {
-  return {MacText(camera.mac),
-          Ipv4Text(camera.network.address),
-          camera.serial,
-          camera.userName,
-          camera.vendor + '-' + camera.serial,
-          camera.vendor + '-' + camera.model + '-' + camera.serial};
-}
-
 std::string titleOf(const GigeCamera& camera) {
   return WithoutControls(
       fmt::format("{} {} {} ({})", camera.vendor, camera.model, camera.serial, MacText(camera.mac)));
@@ -63,11 +53,8 @@ std::string titleOf(const GigeCamera& camera) {
 
 GigeCamera cameraNamed(const std::vector<GigeCamera>& found, const std::string& name) {
   std::vector<GigeCamera> named;
-  std::copy_if(found.begin(), found.end(), std::back_inserter(named), [&](const GigeCamera& camera) {
-    const std::vector<std::string> names = namesOf(camera);
-    return std::any_of(names.begin(), names.end(),
-                       [&](const std::string& one) { return Lowered(one) == Lowered(name); });
-  });
+  std::copy_if(found.begin(), found.end(), std::back_inserter(named),
+               [&](const GigeCamera& camera) { return IsNamed(camera, name); });
   if (named.size() == 1) return named.front();
   std::vector<std::string> titles;
   for (const GigeCamera& camera : named.empty() ? found : named) titles.push_back(titleOf(camera));

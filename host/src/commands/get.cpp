@@ -15,7 +15,7 @@
 namespace vireo::host {
 namespace {
 
-/// What was read, and whether all that was asked for is there.
+// What was read, and whether all that was asked for is there.
 struct Answer {
   std::vector<common::Parameter> parameters;
   bool complete = true;

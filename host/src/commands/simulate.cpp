@@ -32,7 +32,7 @@ struct SimulateOptions {
 constexpr std::size_t resendMemory = 8 << 20;
 constexpr std::size_t longestSerial = 15;  // the register holds 16 bytes with the end
 
-/// The options for single faults, and the script, as one script.
+// The options for single faults, and the script, as one script.
 std::string faultLine(const SimulateOptions& options) {
   std::string line = options.faults;
   const bool hasSeed = line.find("seed") != line.npos;
@@ -48,7 +48,7 @@ std::string faultLine(const SimulateOptions& options) {
   return line;
 }
 
-/// The start values of the settings that options name; bounds are those of any client.
+// The start values of the settings that options name; bounds are those of any client.
 void applySettings(simulator::CameraModel& model, const SimulateOptions& options) {
   std::smatch size;
   if (!std::regex_match(options.size, size, std::regex("([0-9]{1,4})x([0-9]{1,4})")))

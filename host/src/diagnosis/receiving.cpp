@@ -27,8 +27,8 @@ constexpr milliseconds quietTime(300);
 constexpr std::size_t payloadNotSupported = 8;  // buffer statuses of the camera library
 constexpr std::size_t sizeMismatch = 5;
 
-/// Reads the camera's registers again and again beside the program that receives, on a thread of its own: an
-/// answer that is late must not delay frames.
+// Reads the camera's registers again and again beside the program that receives, on a thread of its own: an
+// answer that is late must not delay frames.
 class RegisterWatch {
  public:
   explicit RegisterWatch(std::uint32_t address) : client_(address), thread_([this] { run(); }) {}
@@ -36,7 +36,7 @@ class RegisterWatch {
   RegisterWatch(const RegisterWatch&) = delete;
   RegisterWatch& operator=(const RegisterWatch&) = delete;
 
-  /// Ends the thread; then the results may be read.
+  // Ends the thread; then the results may be read.
   void End() {
     {
       const std::lock_guard lock(mutex_);
@@ -45,7 +45,7 @@ class RegisterWatch {
     changed_.notify_all();
     if (thread_.joinable()) thread_.join();
   }
-  /// The last ones while the stream had a port.
+  // The last ones while the stream had a port.
   const CameraRegisters& Registers() const { return registers_; }
   const AnswerTimes& Times() const { return times_; }
 
@@ -69,7 +69,7 @@ class RegisterWatch {
   std::thread thread_;  // the last one: it uses the others
 };
 
-/// What the system counts from the first look to the last.
+// What the system counts from the first look to the last.
 class CounterWatch {
  public:
   CounterWatch(const SystemFiles& files, std::string interface)

@@ -16,9 +16,9 @@ namespace {
 
 using common::Parameter;
 
-/// A setting of a file.
+// A setting of a file.
 struct Wanted {
-  std::string text;  ///< of its key in the file
+  std::string text;  // of its key in the file
   SettingKey key;
   Json value;
 };
@@ -53,13 +53,13 @@ Parameter parseWanted(const Parameter& like, const Json& value, const IntegerFor
   return parameter;
 }
 
-/// Compares with a camera whose selectors move.
+// Compares with a camera whose selectors move.
 class CameraComparison {
  public:
   explicit CameraComparison(Camera& camera)
       : camera_(camera), scanned_(ScanByName(camera)), selection_(camera) {}
 
-  /// Adds a difference where there is one.
+  // Adds a difference where there is one.
   void Add(const Wanted& wanted);
   std::vector<Difference> Differences() {
     selection_.Restore();
@@ -93,17 +93,17 @@ void CameraComparison::Add(const Wanted& wanted) {
   if (!same) differs(ShownText(now, form), "");
 }
 
-/// Writes the settings of a file.
+// Writes the settings of a file.
 class Loader {
  public:
   explicit Loader(Camera& camera) : camera_(camera), writer_(camera) {}
 
-  /// From here on writes floats as the single-precision numbers that were read, not as their shortest texts:
-  /// where the camera cuts digits off, 0.1 may be one step below what reads as 0.1.
+  // From here on writes floats as the single-precision numbers that were read, not as their shortest texts:
+  // where the camera cuts digits off, 0.1 may be one step below what reads as 0.1.
   void WriteSinglePrecision() { singlePrecision_ = true; }
 
-  /// Writes them one after the other; what failed again, after the others, as long as that makes progress:
-  /// settings move each other's bounds.
+  // Writes them one after the other; what failed again, after the others, as long as that makes progress:
+  // settings move each other's bounds.
   void Write(std::vector<Wanted> wanted);
   std::string ReasonFor(const std::string& key) const {
     const auto found = reasons_.find(key);
@@ -116,8 +116,8 @@ class Loader {
   Camera& camera_;
   ParameterWriter writer_;
   bool singlePrecision_ = false;
-  SelectorValues scannedFor_;                   ///< what the bounds of the last scan belong to
-  std::map<std::string, std::string> reasons_;  ///< why it could not be written, by key
+  SelectorValues scannedFor_;                   // what the bounds of the last scan belong to
+  std::map<std::string, std::string> reasons_;  // why it could not be written, by key
 };
 
 // The reason why it failed; empty when it is written.
@@ -185,7 +185,7 @@ bool isSame(const Json& one, const Json& other) {
          static_cast<std::uint32_t>(number) == static_cast<std::uint32_t>(second);
 }
 
-/// A file's settings, to be found by key and by parameter.
+// A file's settings, to be found by key and by parameter.
 class FileSettings {
  public:
   explicit FileSettings(const Json& settings) {
@@ -205,10 +205,10 @@ class FileSettings {
       return value != nullptr && ValueText(*value) == selector.second;
     });
   }
-  /// The setting that says the same as `text` does in `other`: under its key, or under its plain name where
-  /// the other one names its selectors' values, or the reverse.
+  // The setting that says the same as `text` does in `other`: under its key, or under its plain name where
+  // the other one names its selectors' values, or the reverse.
   const Json* FindLike(const std::string& text, const FileSettings& other) const;
-  /// Whether it has a setting under its plain name only, while `text` is for certain selector values.
+  // Whether it has a setting under its plain name only, while `text` is for certain selector values.
   bool HasPlain(const std::string& text) const {
     const SettingKey key = KeyFrom(text);
     return !key.at.empty() && Find(key.name) != nullptr;
@@ -216,7 +216,7 @@ class FileSettings {
 
  private:
   std::map<std::string, const Json*> values_;
-  std::multimap<std::string, std::string> keys_;  ///< by parameter
+  std::multimap<std::string, std::string> keys_;  // by parameter
 };
 
 const Json* FileSettings::FindLike(const std::string& text, const FileSettings& other) const {

@@ -42,7 +42,7 @@ std::string reasonToLeaveOut(const Parameter& parameter, const IntegerForm& form
   return isUtf8(*text) ? "" : "its text is not UTF-8";
 }
 
-/// Reads a camera's settings, those that depend on selectors for every combination of their values.
+// Reads a camera's settings, those that depend on selectors for every combination of their values.
 class Collector {
  public:
   Collector(Camera& camera, bool withIdentity)
@@ -68,8 +68,8 @@ class Collector {
   Selectors selectors_;
   Selection selection_;
   std::map<std::string, Reading> readings_;
-  std::map<std::string, std::vector<std::pair<std::string, Json>>> settings_;  ///< key and value, by name
-  std::set<std::pair<std::string, std::string>> refused_;                      ///< selector and value
+  std::map<std::string, std::vector<std::pair<std::string, Json>>> settings_;  // key and value, by name
+  std::set<std::pair<std::string, std::string>> refused_;                      // selector and value
   std::vector<std::string> notes_;
   std::set<std::string> noted_;
 };

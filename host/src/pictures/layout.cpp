@@ -51,12 +51,12 @@ std::optional<PixelLayout> layoutOfName(std::string_view name) {
   return std::nullopt;
 }
 
-/// What can be made out in a name that follows no rule.
+// What can be made out in a name that follows no rule.
 struct NameHints {
   Prefix prefix;
-  unsigned bits = 0;  ///< the number behind the kind; 0 for none
+  unsigned bits = 0;  // the number behind the kind; 0 for none
   bool isPacked = false;
-  bool isPicture = true;  ///< no floats, signed or planar samples
+  bool isPicture = true;  // no floats, signed or planar samples
 };
 
 NameHints hintsOf(std::string_view name) {

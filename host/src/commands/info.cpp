@@ -56,6 +56,9 @@ ExitStatus info(Camera& camera, bool json) {
     object[title] = value;
     text += fmt::format("{:<22}{}\n", title, value);
   }
+  const common::BasicParams basic = camera.Adapter().GetBasicParams();
+  if (!basic.widthParam.empty() && !KnowsLargestImage(basic))
+    PrintError("note: the camera did not tell the largest size of its pictures");
   Print(json ? JsonText(object) : text);
   return ExitStatus::Done;
 }

@@ -30,11 +30,15 @@ bool isSize(std::uint32_t pixels) {
 
 std::string imageText(const common::BasicParams& basic) {
   const std::string size = fmt::format("{} x {} pixels", basic.width, basic.height);
-  if (!isSize(basic.maxWidth) || !isSize(basic.maxHeight)) return size;
+  if (!KnowsLargestImage(basic)) return size;
   return fmt::format("{} of at most {} x {}", size, basic.maxWidth, basic.maxHeight);
 }
 
 }  // namespace
+
+bool KnowsLargestImage(const common::BasicParams& basic) {
+  return isSize(basic.maxWidth) && isSize(basic.maxHeight);
+}
 
 std::vector<std::pair<std::string, std::string>> ShownBasics(Camera& camera, const std::string& pixelFormat) {
   using common::BasicParams;

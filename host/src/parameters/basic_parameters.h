@@ -13,4 +13,7 @@ namespace vireo::host {
 /// gives. `pixelFormat` is empty for a camera without one. Throws Failure when the link is lost.
 std::vector<std::pair<std::string, std::string>> ShownBasics(Camera& camera, const std::string& pixelFormat);
 
+/// Whether the camera gave bounds of width and height when it was connected.
+bool KnowsLargestImage(const common::BasicParams& basic);
+
 }  // namespace vireo::host

@@ -175,6 +175,12 @@ TEST(Lists, ShowAllOfOneParameterAndNoFigureThatWasNotRead) {
   EXPECT_THAT(some.err, AllOf(HasSubstr("has no 'Nothing'"), HasSubstr("Read integer 'Missing'")));
 }
 
+// With one byte for each character.
+std::string withoutContinuations(std::string utf8) {
+  std::erase_if(utf8, [](char byte) { return (static_cast<unsigned char>(byte) & 0xc0) == 0x80; });
+  return utf8;
+}
+
 TEST(Lists, AgreeBetweenCameraAndItsDescription) {
   const TemporaryDirectory directory;
   const std::string file = "'" + (directory / "camera.xml").string() + "'";
@@ -197,7 +203,7 @@ TEST(Lists, AgreeBetweenCameraAndItsDescription) {
   // Names are never cut, and one of another group is nearly as long as the line.
   const auto narrow = run("--simulate list --long 'a*' 'd*' 'e*' 'p*'", "export COLUMNS=40;");
   EXPECT_THAT(narrow.out, HasSubstr("\nDeviceLinkHeartbeatTimeout  "));
-  EXPECT_THAT(narrow.out, Not(ContainsRegex("[^\n]{41}")));
+  EXPECT_THAT(withoutContinuations(narrow.out), Not(ContainsRegex("[^\n]{41}")));
   EXPECT_THAT(run("--simulate list --csv exposuretime").out,
               HasSubstr("ExposureTime,Float,RW,10000,us,10,10000000,,"));
   EXPECT_THAT(run("describe '" VIREO_TEST_DATA "/broken_features.xml'").err,

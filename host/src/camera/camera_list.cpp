@@ -36,7 +36,11 @@ void addAnswer(std::vector<ListedCamera>& cameras, const GigeCamera& answer) {
   camera->mac = MacText(answer.mac);
   camera->firmware = answer.version;
   camera->advice = adviceFor(answer);
-  if (answer.IsNear()) camera->control = ControlText(answer.network.address);
+  if (!answer.IsNear()) return;
+  camera->control = ControlText(answer.network.address);
+  if (camera->control.empty())
+    camera->advice =
+        fmt::format("{} at {} did not answer when asked who controls it", MacText(answer.mac), address);
 }
 
 }  // namespace

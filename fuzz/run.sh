@@ -3,7 +3,7 @@
 # commands. It fails on a crash, a leak, an input that takes over 10 s or memory beyond 2 GB.
 #
 # fuzz/run.sh SECONDS answers fuzzes the adapter with a camera whose answers go wrong, some two inputs a second.
-# It needs the control port of GigE Vision, goes on after a finding, and fails in the end when there was one.
+# It begins with fuzz/answers.hex, needs the control port of GigE Vision, goes on after a finding, and fails in the end when there was one.
 # `bin/camera_answers_fuzz FILE` plays an input again and leaves its fault script in answers_script.txt.
 #
 # Builds into build/fuzz with clang, starts from the descriptions in tests/data, and keeps what it finds in
@@ -19,6 +19,12 @@ cmake --build "$build" --target xml_parser_fuzz camera_commands_fuzz camera_answ
 mkdir -p "$build/corpus" "$build/commands" "$build/answers"
 cd "$build"
 if [ "${2:-}" = answers ]; then
+  # Inputs of earlier hours that each reach something new, one in a line.
+  line=0
+  while read -r hex; do
+    line=$((line + 1))
+    printf "${hex//??/\\x&}" >"answers/kept-$line"
+  done <"$source/fuzz/answers.hex"
   bin/camera_answers_fuzz -max_total_time="$seconds" -timeout=150 -rss_limit_mb=3000 -max_len=25 -len_control=0 \
     -fork=1 -ignore_crashes=1 -ignore_timeouts=1 -verbosity=0 -print_final_stats=1 answers
   findings=$(find . -maxdepth 1 -name 'crash-*' -o -maxdepth 1 -name 'timeout-*' -o -maxdepth 1 -name 'leak-*')

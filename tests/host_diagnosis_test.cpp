@@ -162,7 +162,7 @@ TEST(Diagnosis, AccusesNobodyOfWhatDoesNoHarm) {
       {"",                                                                       // what other programs send
        [](Facts& facts) {
          facts.reception->protocols.datagramsSent = facts.reception->interface.sentPackets = 400;
-         facts.reception->othersRequests = 180;
+         facts.reception->othersDatagrams = 180;
        }},
   });
 }

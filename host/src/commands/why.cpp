@@ -155,6 +155,7 @@ ExitStatus why(const CommandLine& line, const WhyOptions& options) {
   try {
     camera.emplace(line.camera, Use::Stream);
   } catch (const Failure& failure) {
+    if (Interrupted()) throw;
     facts.notOpened = failure;
     return show(Diagnose(facts), facts, options);
   }

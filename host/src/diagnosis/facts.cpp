@@ -70,7 +70,7 @@ double Facts::Requests() const {
   if (!reception || path.interface.name == "lo") return 0.0;
   const AnswerTimes& times = reception->answers;
   const double commands = static_cast<double>(times.milliseconds.size()) + times.unanswered + 1 +
-                          reception->countedSeconds * (1 + reception->othersRequests);
+                          reception->countedSeconds * (1 + reception->othersDatagrams);
   const std::int64_t sent = std::min(reception->protocols.datagramsSent, reception->interface.sentPackets);
   return std::max(static_cast<double>(sent) - commands, 0.0);
 }

@@ -76,7 +76,7 @@ struct CameraSettings {
   bool hasThroughputMode = false;
   std::optional<double> linkMegabits;  ///< of the camera's own interface
   std::string heartbeatName = "DeviceLinkHeartbeatTimeout";
-  double heartbeatUnits = 1.0;  ///< a millisecond, in what that is counted in
+  double heartbeatUnits = 1.0;  ///< a millisecond in the unit of that parameter
 };
 
 /// What came in the time of measuring, and what the system counted meanwhile.
@@ -90,10 +90,10 @@ struct Reception {
   std::uint64_t lost = 0;     ///< ids missing between frames
   double rate = 0.0;          ///< frames a second, from the first to the last
   bool linkLost = false;
-  std::string failure;          ///< why receiving did not begin, or ended
-  bool answersAfter = true;     ///< a register could be read when it was over
-  bool hasLinkAfter = true;     ///< as in `InterfaceState`
-  double othersRequests = 0.0;  ///< datagrams a second that other programs sent when it was over
+  std::string failure;           ///< why receiving did not begin, or ended
+  bool answersAfter = true;      ///< a register could be read when it was over
+  bool hasLinkAfter = true;      ///< as in `InterfaceState`
+  double othersDatagrams = 0.0;  ///< datagrams a second that other programs sent when it was over
 
   InterfaceCounters interface;
   ProtocolCounters protocols;

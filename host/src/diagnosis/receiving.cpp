@@ -168,7 +168,7 @@ void lookAfterwards(const Facts& facts, const SystemFiles& files, Reception& rec
   std::this_thread::sleep_for(quietTime);
   const std::int64_t sent = ProtocolCountersNow(files).datagramsSent - before;
   const double ownBeats = 1.0;
-  reception.othersRequests =
+  reception.othersDatagrams =
       std::max(static_cast<double>(sent) - ownBeats, 0.0) / std::chrono::duration<double>(quietTime).count();
 }
 
